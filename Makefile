@@ -1,0 +1,33 @@
+# The two commands a newcomer needs: `make test` and `make bench`.
+# Each one installs the Debian packages that are missing first.
+
+BUILD_TEST  ?= build/test
+BUILD_BENCH ?= build/bench
+JOBS        ?= $(shell nproc)
+CMAKE_GEN   := -G Ninja
+CCACHE      := $(shell command -v ccache 2>/dev/null)
+CMAKE_EXTRA := $(if $(CCACHE),-DCMAKE_CXX_COMPILER_LAUNCHER=$(CCACHE) -DCMAKE_C_COMPILER_LAUNCHER=$(CCACHE))
+
+export ASAN_OPTIONS  ?= detect_leaks=1:abort_on_error=0:strict_string_checks=1
+export UBSAN_OPTIONS ?= print_stacktrace=1:halt_on_error=1
+export LSAN_OPTIONS  ?= suppressions=$(CURDIR)/scripts/lsan.supp:print_suppressions=0
+
+.PHONY: deps test bench clean
+
+deps:
+	@scripts/install-deps
+
+# Debug build with AddressSanitizer and UndefinedBehaviorSanitizer; every test through CTest.
+test: deps
+	cmake -S . -B $(BUILD_TEST) $(CMAKE_GEN) $(CMAKE_EXTRA) -DCMAKE_BUILD_TYPE=Debug -DKV_SANITIZE=ON
+	cmake --build $(BUILD_TEST) -j $(JOBS)
+	cd $(BUILD_TEST) && ctest --output-on-failure -j $(JOBS)
+
+# Optimised build in its own folder; runs every benchmark.
+bench: deps
+	cmake -S . -B $(BUILD_BENCH) $(CMAKE_GEN) $(CMAKE_EXTRA) -DCMAKE_BUILD_TYPE=Release -DKV_BUILD_TESTS=OFF -DKV_BUILD_BENCH=ON
+	cmake --build $(BUILD_BENCH) -j $(JOBS)
+	@set -e; for b in $(BUILD_BENCH)/bench/kv_bench_*; do echo "== $$b"; $$b; done
+
+clean:
+	rm -rf build

@@ -1,0 +1,5 @@
+#include "support/library_caches.h"
+
+namespace kvtest {
+void ReleaseLibraryCaches() {}
+}
