@@ -84,11 +84,11 @@ TEST(CachedRender, PaintsThenWritesTheCacheAndLaterPlacesIt) {
     RecordingTarget t;
     LProcessInterfaceVoid v;
     EXPECT_EQ(e.CachedRender(v, t), LProcessResultOk);
-    EXPECT_EQ(t.calls, (std::vector<std::string>{"Draw e", "EraserStroke 1", "WriteCache"}));
-    t.calls.clear();
+    EXPECT_EQ(t.CallsOf(0), (std::vector<std::string>{"Draw e", "EraserStroke 1", "WriteCache"}));
+    t.Calls().clear();
     EXPECT_EQ(e.CachedRender(v, t), LProcessResultOk);
     // A hit paints the strokes over the cached picture.
-    EXPECT_EQ(t.calls, (std::vector<std::string>{"GetFromCache", "EraserStroke 1"}));
+    EXPECT_EQ(t.CallsOf(0), (std::vector<std::string>{"GetFromCache", "EraserStroke 1"}));
 }
 
 TEST(CachedRender, ChangeDuringPaintingKeepsTheStalePictureOut) {
@@ -101,13 +101,13 @@ TEST(CachedRender, ChangeDuringPaintingKeepsTheStalePictureOut) {
     RecordingTarget t;
     LProcessInterfaceVoid v;
     EXPECT_EQ(e.CachedRender(v, t), LProcessResultOk);
-    EXPECT_EQ(t.calls, (std::vector<std::string>{"Draw e", "EraserStroke 0"}));
+    EXPECT_EQ(t.CallsOf(0), (std::vector<std::string>{"Draw e", "EraserStroke 0"}));
     EXPECT_FALSE(e.GetCacheHandle().IsValid());
 
     e.duringRender = nullptr;
-    t.calls.clear();
+    t.Calls().clear();
     e.CachedRender(v, t); // paints afresh
-    EXPECT_EQ(t.calls.front(), "Draw e");
+    EXPECT_EQ(t.CallsOf(0).front(), "Draw e");
     EXPECT_TRUE(e.GetCacheHandle().IsValid());
 }
 
@@ -117,13 +117,13 @@ TEST(CachedRender, FailuresEndTheRenderBeforeTheCache) {
     RecordingTarget t;
     LProcessInterfaceVoid v;
     EXPECT_EQ(e.CachedRender(v, t), LProcessResultStopped);
-    EXPECT_EQ(t.calls, (std::vector<std::string>{"Draw e"}));
+    EXPECT_EQ(t.CallsOf(0), (std::vector<std::string>{"Draw e"}));
 
     e.renderResult = LProcessResultOk;
     t.eraserResult = LProcessResultError;
-    t.calls.clear();
+    t.Calls().clear();
     EXPECT_EQ(e.CachedRender(v, t), LProcessResultError);
-    EXPECT_EQ(t.calls, (std::vector<std::string>{"Draw e", "EraserStroke 0"}));
+    EXPECT_EQ(t.CallsOf(0), (std::vector<std::string>{"Draw e", "EraserStroke 0"}));
 }
 
 TEST(DropShadow, HardnessRadiusIsNeverZero) {

@@ -122,7 +122,7 @@ TEST_F(RenderTest, VisibleLayersInOrderWithOneFlushEach) {
 
     EXPECT_EQ(project.Render(process, target), LProcessResultOk);
     std::vector<std::string> draws;
-    for (const std::string& c : target.calls)
+    for (const std::string& c : target.CallsOf(0))
         if (c.rfind("Draw", 0) == 0 || c == "Flush")
             draws.push_back(c);
     EXPECT_EQ(draws, (std::vector<std::string>{"Draw a", "Draw b", "Flush", "Draw c", "Flush",
@@ -146,8 +146,8 @@ TEST_F(RenderTest, AStopBetweenElementsEndsTheRenderWithoutAFlush) {
     Add(base, "b");
     process.stopAfter = 0;
     EXPECT_EQ(project.Render(process, target), LProcessResultStopped);
-    EXPECT_EQ(target.calls.back(), "WriteCache");
-    for (const std::string& c : target.calls)
+    EXPECT_EQ(target.CallsOf(0).back(), "WriteCache");
+    for (const std::string& c : target.CallsOf(0))
         EXPECT_NE(c, "Flush");
 }
 
@@ -158,13 +158,13 @@ TEST_F(RenderTest, AFailingElementEndsTheRender) {
     image->AddNewElement(bad, base, false, false);
     Add(base, "after");
     EXPECT_EQ(project.Render(process, target), LProcessResultError);
-    EXPECT_EQ(target.calls.back(), "Draw bad");
+    EXPECT_EQ(target.CallsOf(0).back(), "Draw bad");
 }
 
 TEST_F(RenderTest, NoVisibleLayerStillCompletesTheProgress) {
     image->UpdateLayerVisibility(base, false);
     EXPECT_EQ(project.Render(process, target), LProcessResultOk);
-    EXPECT_TRUE(target.calls.empty());
+    EXPECT_TRUE(target.CallsOf(0).empty());
     EXPECT_EQ(process.progress, (std::vector<double>{1.0}));
 }
 
@@ -177,7 +177,7 @@ TEST(ProjectRender, AnImageOutsideTheListDrawsNothing) {
     RecordingTarget t;
     LProcessInterfaceVoid v;
     EXPECT_EQ(a.Render(v, t), LProcessResultOk);
-    EXPECT_TRUE(t.calls.empty());
+    EXPECT_TRUE(t.CallsOf(0).empty());
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include "document/effects.h"
 #include "document/element.h"
 #include "document/widget.h"
+#include "support/recording_target.h"
 
 namespace kvtest {
 
@@ -89,40 +90,9 @@ public:
     std::function<void()> duringRender;
 };
 
-// Records every call a render makes of it.
-class RecordingTarget : public KVRenderImage {
-public:
-    bool GetFromCache(const KVCacheHandle& handle) override {
-        calls.push_back("GetFromCache");
-        return handle.IsValid() && cacheHit;
-    }
-    void WriteCache(KVElement*, KVCacheHandle& handle) override {
-        calls.push_back("WriteCache");
-        handle.SetState(KVCacheHandle::Valid);
-    }
-    void Flush() override { calls.push_back("Flush"); }
-    bool DoesImageUseMetadata() override { return false; }
-    LProcessResult Clear(LPixelColour) override {
-        calls.push_back("Clear");
-        return LProcessResultOk;
-    }
-    LProcessResult EraserStroke(LProcessInterface&, LListIterator<KVEraserStroke> it) override {
-        int n = 0;
-        for (; it; ++it)
-            ++n;
-        calls.push_back("EraserStroke " + std::to_string(n));
-        return eraserResult;
-    }
-    void Draw(const std::string& what) { calls.push_back("Draw " + what); }
-
-    std::vector<std::string> calls;
-    bool cacheHit = true;
-    LProcessResult eraserResult = LProcessResultOk;
-};
-
 inline LProcessResult BoxElement::Render(LProcessInterface&, KVRenderImage& target) {
     if (auto* r = dynamic_cast<RecordingTarget*>(&target))
-        r->Draw(label);
+        r->Draw("Draw " + label);
     if (duringRender)
         duringRender();
     return renderResult;

@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "document/project.h"
+#include "render/render_results.h"
+#include "support/recording_target.h"
+#include "support/test_element.h"
+
+using kvtest::BoxElement;
+using kvtest::RecordingTarget;
+
+namespace {
+
+struct ProgressLog : LProcessInterfaceVoid {
+    void SetProgress(double f) override { values.push_back(f); }
+    std::vector<double> values;
+};
+
+TEST(SubInterfaceCreator, SlicesFollowTheWeights) {
+    ProgressLog root;
+    KVSubInterfaceCreator creator(root, 2);
+    creator.weights[0] = 1;
+    creator.weights[1] = 3;
+    LProcessInterface& first = creator.GetSubInterface(0);
+    first.SetProgress(0.0);
+    first.SetProgress(1.0);
+    LProcessInterface& second = creator.GetSubInterface(1);
+    second.SetProgress(0.0);
+    second.SetProgress(1.0);
+    EXPECT_EQ(root.values, (std::vector<double>{0.0, 0.25, 0.25, 1.0}));
+}
+
+TEST(SubInterfaceCreator, AbsentEffectsTakeNoShare) {
+    ProgressLog root;
+    KVSubInterfaceCreator creator(root, 5);
+    const unsigned char weights[5] = {5, 1, 0, 7, 0}; // shadow, body, no bevel, inner glow
+    for (int i = 0; i < 5; ++i)
+        creator.weights[i] = weights[i];
+    creator.GetSubInterface(1).SetProgress(1.0);
+    creator.GetSubInterface(2).SetProgress(1.0);
+    creator.GetSubInterface(3).SetProgress(0.0);
+    EXPECT_DOUBLE_EQ(root.values[0], 6.0 / 13.0);
+    EXPECT_DOUBLE_EQ(root.values[1], 6.0 / 13.0); // a slice of nothing
+    EXPECT_DOUBLE_EQ(root.values[2], 6.0 / 13.0);
+}
+
+TEST(TriangleOperations, ForwardToThePolygonsWithThreePoints) {
+    RecordingTarget t;
+    LProcessInterfaceVoid v;
+    const KVBox box(0, 0, 1, 1);
+    const KVPoint a(0, 1), b(1, 1), c(0, 0);
+    t.DrawTriangle(v, 1, {}, a, b, c, box);
+    t.FillTriangle(v, 1, {}, {}, a, b, c, box);
+    t.FillTriangle(v, KVGradient(), 1, {}, a, b, c, box);
+    t.DrawTriangleShadow(v, a, b, c, box, 1, true, KVDropShadow());
+    t.DrawTriangleBevelEmboss(v, 1, {}, a, b, c, box, KVBevelEmboss());
+    t.FillTriangleBevelEmboss(v, 1, {}, {}, a, b, c, box, KVBevelEmboss());
+    t.FillTriangleBevelEmboss(v, KVGradient(), 1, {}, a, b, c, box, KVBevelEmboss());
+    EXPECT_EQ(t.CallsOf(0),
+              (std::vector<std::string>{"DrawPoly 3", "FillPoly 3", "FillPolyGradient 3",
+                                        "DrawPolyShadow 3", "DrawPolyBevelEmboss 3",
+                                        "FillPolyBevelEmboss 3", "FillPolyBevelEmbossGradient 3"}));
+}
+
+TEST(RenderResults, ProcessRendersTheProjectIntoItsTarget) {
+    KVProject project;
+    KVLayer* layer = project.AddNewImage(new KVImage("pic"));
+    project.GetCurrentImage()->AddNewElement(new BoxElement("a"), layer, false, false);
+
+    KVRenderResults results;
+    results.project = &project;
+    LProcessInterfaceVoid v;
+    EXPECT_EQ(Process(v, results), LProcessResultError); // no target
+
+    auto* target = new RecordingTarget;
+    results.target.Set(target);
+    EXPECT_EQ(Process(v, results), LProcessResultOk);
+    EXPECT_EQ(target->CallsOf(0), (std::vector<std::string>{"Draw a", "EraserStroke 0",
+                                                            "WriteCache", "Flush"}));
+}
+
+} // namespace
