@@ -4,25 +4,9 @@
 #include <benchmark/benchmark.h>
 
 #include "document/project.h"
+#include "dot_element.h"
 
 namespace {
-
-struct Dot : KVElementWithProperties<KVErasableProperties> {
-    void Crop(LBoundingBox2T<float>, LUndoRedoGroup*) override {}
-    void Resize(float, float, bool) override {}
-    LBoundingBox2T<float> GetRenderedDimensions() const override { return {}; }
-    KVElement* DuplicateSelf() const override { return new Dot; }
-    LProcessResult Render(LProcessInterface&, KVRenderImage&) override { return LProcessResultOk; }
-    LProcessResult WriteSDF(LProcessInterface&, LSDFWriter<LOutputStreamFile>&) override {
-        return LProcessResultOk;
-    }
-    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>&,
-                           LSDFReaderChunk<LInputStreamFile>&) override {
-        return LProcessResultOk;
-    }
-    const char* GetName() const override { return "rectangle"; }
-    const char* GetDisplayName() const override { return "Rectangle"; }
-};
 
 void AddUndoRedo(benchmark::State& state) {
     const auto n = static_cast<long>(state.range(0));
