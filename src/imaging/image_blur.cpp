@@ -1,11 +1,16 @@
 #include "imaging/image_blur.h"
 
 #include <algorithm>
+#include <cstring>
 #include <cstdint>
 #include <unistd.h>
 #include <vector>
 
 #include "imaging/image_iterator.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 unsigned long LImageProcessorCount() {
     const long n = sysconf(_SC_NPROCESSORS_ONLN);
@@ -114,13 +119,74 @@ LProcessResult BlurLinesGeneric(LProcessInterface& process, LImageBuffer& image,
     return LProcessResultOk;
 }
 
+std::vector<LImageBoxMean> MakeMeans(long window) {
+    std::vector<LImageBoxMean> means(static_cast<size_t>(window + 1));
+    for (long k = 1; k <= window; ++k)
+        means[static_cast<size_t>(k)] = LImageBoxMean(static_cast<unsigned>(k));
+    return means;
+}
+
+// The four running sums of one pixel's channels.
+#if defined(__SSE2__)
+class Sum4 {
+public:
+    void Add(const unsigned char* p) { s = _mm_add_epi32(s, Widen(p)); }
+    void Sub(const unsigned char* p) { s = _mm_sub_epi32(s, Widen(p)); }
+    void Move(const unsigned char* in, const unsigned char* out) {
+        s = _mm_add_epi32(s, _mm_sub_epi32(Widen(in), Widen(out)));
+    }
+    // The same float steps as LImageBoxMean, four at once.
+    void Store(unsigned char* p, const LImageBoxMean& mean) const {
+        const __m128 m = _mm_mul_ps(_mm_add_ps(_mm_cvtepi32_ps(s), _mm_set1_ps(0.5f)),
+                                    _mm_set1_ps(mean.inverse));
+        __m128i q = _mm_cvttps_epi32(m);
+        q = _mm_packs_epi32(q, q);
+        q = _mm_packus_epi16(q, q);
+        const int v = _mm_cvtsi128_si32(q);
+        std::memcpy(p, &v, 4);
+    }
+
+private:
+    static __m128i Widen(const unsigned char* p) {
+        int v;
+        std::memcpy(&v, p, 4);
+        const __m128i zero = _mm_setzero_si128();
+        return _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(v), zero), zero);
+    }
+    __m128i s = _mm_setzero_si128();
+};
+#else
+class Sum4 {
+public:
+    void Add(const unsigned char* p) {
+        for (int c = 0; c < 4; ++c)
+            s[c] += p[c];
+    }
+    void Sub(const unsigned char* p) {
+        for (int c = 0; c < 4; ++c)
+            s[c] -= p[c];
+    }
+    void Move(const unsigned char* in, const unsigned char* out) {
+        for (int c = 0; c < 4; ++c)
+            s[c] += in[c] - out[c];
+    }
+    void Store(unsigned char* p, const LImageBoxMean& mean) const {
+        for (int c = 0; c < 4; ++c)
+            p[c] = static_cast<unsigned char>(mean(s[c]));
+    }
+
+private:
+    uint32_t s[4] = {0, 0, 0, 0};
+};
+#endif
+
 // Rows of a 4-byte format, whose channels are all alike. The row is copied
 // aside so that it can be written in place while its sums move along.
 LProcessResult BlurRows4(LProcessInterface& process, LImageBuffer& image, long first, long count,
                          long r) {
     const long W = image.width;
-    const std::vector<Divider> divide = MakeDividers(static_cast<unsigned long>(2 * r + 1));
-    const Divider full = divide.back();
+    const std::vector<LImageBoxMean> means = MakeMeans(2 * r + 1);
+    const LImageBoxMean full = means.back();
     std::vector<unsigned char> line(static_cast<size_t>(4 * W));
     const unsigned char* in = line.data();
 
@@ -129,56 +195,49 @@ LProcessResult BlurRows4(LProcessInterface& process, LImageBuffer& image, long f
             return LProcessResultStopped;
         unsigned char* out = image.GetPictureRow(static_cast<int>(row));
         std::copy(out, out + 4 * W, line.begin());
-        uint32_t s[4] = {0, 0, 0, 0};
+        Sum4 s;
         for (long k = 0; k <= r; ++k)
-            for (int c = 0; c < 4; ++c)
-                s[c] += in[4 * k + c];
+            s.Add(in + 4 * k);
         long i = 0;
-        // Growing window at the start.
+        // Growing window at the start, full window, shrinking window.
         for (; i < r; ++i) {
-            const Divider& d = divide[static_cast<size_t>(r + 1 + i)];
-            for (int c = 0; c < 4; ++c) {
-                out[4 * i + c] = static_cast<unsigned char>(d(s[c]));
-                s[c] += in[4 * (i + r + 1) + c];
-            }
+            s.Store(out + 4 * i, means[static_cast<size_t>(r + 1 + i)]);
+            s.Add(in + 4 * (i + r + 1));
         }
-        // Full window.
         for (; i < W - r - 1; ++i) {
-            for (int c = 0; c < 4; ++c) {
-                out[4 * i + c] = static_cast<unsigned char>(full(s[c]));
-                s[c] += in[4 * (i + r + 1) + c] - in[4 * (i - r) + c];
-            }
+            s.Store(out + 4 * i, full);
+            s.Move(in + 4 * (i + r + 1), in + 4 * (i - r));
         }
-        // Shrinking window at the end.
         for (; i < W; ++i) {
-            const Divider& d = divide[static_cast<size_t>(r + W - i)];
-            for (int c = 0; c < 4; ++c) {
-                out[4 * i + c] = static_cast<unsigned char>(d(s[c]));
-                s[c] -= in[4 * (i - r) + c];
-            }
+            s.Store(out + 4 * i, means[static_cast<size_t>(r + W - i)]);
+            s.Sub(in + 4 * (i - r));
         }
     }
     return LProcessResultOk;
 }
 
-// Columns of a 4-byte format, sixteen at a time so that each step down reads
-// and writes one whole cache line; a ring keeps the original rows of the
-// window. The same sums as one column after another.
+// Columns of a 4-byte format, a block of them at a time, walking down the
+// rows so that memory is read in runs; a ring keeps the original rows of the
+// window. The same sums as one column after another. The block is as wide as
+// keeps the ring small enough to stay in the cache.
 LProcessResult BlurColumns4(LProcessInterface& process, LImageBuffer& image, long first,
                             long count, long r) {
-    constexpr long kBlock = 16;
+    constexpr long kAhead = 4;
     const long H = image.height;
     const long size = 2 * r + 1;
-    const std::vector<Divider> divide = MakeDividers(static_cast<unsigned long>(size));
-    std::vector<unsigned char> ring(static_cast<size_t>(size * 4 * kBlock));
+    const long block = std::clamp<long>((256 * 1024 / (size * 4)) & ~15l, 16, 256);
+    const std::vector<LImageBoxMean> means = MakeMeans(size);
+    std::vector<unsigned char> ring(static_cast<size_t>(size * 4 * block));
+    std::vector<uint32_t> sums(static_cast<size_t>(4 * block));
+    uint32_t* s = sums.data();
 
-    for (long column = first; column < first + count; column += kBlock) {
+    for (long column = first; column < first + count; column += block) {
         if (process.IsToStop())
             return LProcessResultStopped;
-        const long lanes = 4 * std::min(kBlock, first + count - column);
+        const long lanes = 4 * std::min(block, first + count - column);
         auto at = [&](long row) { return image.GetPictureRow(static_cast<int>(row)) + 4 * column; };
-        auto slot = [&](long row) { return ring.data() + (row % size) * 4 * kBlock; };
-        uint32_t s[4 * kBlock] = {};
+        auto slot = [&](long row) { return ring.data() + (row % size) * 4 * block; };
+        std::fill(sums.begin(), sums.end(), 0u);
         for (long k = 0; k <= r; ++k) {
             const unsigned char* in = at(k);
             unsigned char* keep = slot(k);
@@ -187,26 +246,38 @@ LProcessResult BlurColumns4(LProcessInterface& process, LImageBuffer& image, lon
                 s[j] += in[j];
             }
         }
-        long n = r + 1;
         for (long i = 0; i < H; ++i) {
-            const Divider d = divide[static_cast<size_t>(n)];
+            const long n = std::min(i + r, H - 1) - std::max(i - r, 0l) + 1;
+            const LImageBoxMean mean = means[static_cast<size_t>(n)];
             unsigned char* out = at(i);
             for (long j = 0; j < lanes; ++j)
-                out[j] = static_cast<unsigned char>(d(s[j]));
-            if (i >= r) {
-                const unsigned char* old = slot(i - r);
-                for (long j = 0; j < lanes; ++j)
-                    s[j] -= old[j];
-                --n;
+                out[j] = static_cast<unsigned char>(mean(s[j]));
+            // The rows ahead are a page apart each; fetching them early keeps
+            // the walk from waiting on memory.
+            if (i + r + 1 + kAhead < H) {
+                const unsigned char* ahead = at(i + r + 1 + kAhead);
+                for (long j = 0; j < lanes; j += 64)
+                    __builtin_prefetch(ahead + j);
             }
-            if (i + r + 1 < H) {
-                const unsigned char* in = at(i + r + 1);
+            const bool drop = i >= r, take = i + r + 1 < H;
+            const unsigned char* old = drop ? slot(i - r) : nullptr;
+            const unsigned char* in = take ? at(i + r + 1) : nullptr;
+            if (drop && take) {
+                // The new row takes the slot of the one that leaves.
                 unsigned char* keep = slot(i + r + 1);
                 for (long j = 0; j < lanes; ++j) {
+                    s[j] += in[j] - old[j];
                     keep[j] = in[j];
-                    s[j] += in[j];
                 }
-                ++n;
+            } else if (drop) {
+                for (long j = 0; j < lanes; ++j)
+                    s[j] -= old[j];
+            } else if (take) {
+                unsigned char* keep = slot(i + r + 1);
+                for (long j = 0; j < lanes; ++j) {
+                    s[j] += in[j];
+                    keep[j] = in[j];
+                }
             }
         }
     }
@@ -234,7 +305,7 @@ LProcessResult LImageBoxBlur(LProcessInterface& process, LImageBuffer& image, bo
     const long f = static_cast<long>(first), n = static_cast<long>(count);
     const bool fourAlike =
         image.format == LPixelFormatB8G8R8A8 || image.format == LPixelFormatR8G8B8A8;
-    if (fourAlike && static_cast<unsigned long>(2 * r + 1) <= kFastWindow)
+    if (fourAlike && 2 * r + 1 <= static_cast<long>(LImageBoxMean::kMaxWindow))
         return horizontal ? BlurRows4(process, image, f, n, r)
                           : BlurColumns4(process, image, f, n, r);
     return BlurLinesGeneric(process, image, horizontal, f, n, r);

@@ -5,6 +5,23 @@
 
 #include "imaging/image_buffer.h"
 
+// The integer mean sum / count of a window of bytes through one float
+// multiply. For count up to kMaxWindow it equals the integer division: the
+// sum plus a half lies at least 0.5 / count away from a whole quotient, and
+// the float error stays below that.
+struct LImageBoxMean {
+    static constexpr unsigned kMaxWindow = 16383;
+    float inverse = 1.0f;
+
+    LImageBoxMean() = default;
+    explicit LImageBoxMean(unsigned count) : inverse(1.0f / static_cast<float>(count)) {}
+    // Sums of a window this size fit in an int, which converts in one step.
+    unsigned operator()(unsigned sum) const {
+        return static_cast<unsigned>(
+            static_cast<int>((static_cast<float>(static_cast<int>(sum)) + 0.5f) * inverse));
+    }
+};
+
 // How many threads share data-parallel work: the processors online, at least 1.
 unsigned long LImageProcessorCount();
 

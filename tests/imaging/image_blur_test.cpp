@@ -96,6 +96,30 @@ TEST(BoxBlur, MatchesThePlainMeanInEveryLayoutAndStripe) {
     }
 }
 
+// Wide pictures go through the 4-byte path in blocks of columns whose width
+// depends on the radius; the generic path of a 3-byte copy must agree.
+TEST(BoxBlur, BlocksOfColumnsAgreeWithTheGenericWalk) {
+    std::mt19937 random(7);
+    const LImageBuffer src = MakePicture(300, 900, 0, [&](int, int) {
+        return Argb(255, random() % 256, random() % 256, random() % 256);
+    });
+    for (unsigned long radius : {2ul, 60ul, 400ul}) {
+        LImageBuffer fast, generic;
+        LImage::New(fast, 300, 900, 0);
+        LImageBufferCopy(fast, src);
+        LImage::New(generic, 300, 900, LPixelFormatB8G8R8);
+        LImage::Copy(src, generic, 0, 0, 0, 0, 300, 900);
+        LProcessInterfaceVoid process;
+        for (LImageBuffer* b : {&fast, &generic}) {
+            ASSERT_EQ(LImageBoxBlur(process, *b, false, 0, 101, radius), 0);
+            ASSERT_EQ(LImageBoxBlur(process, *b, false, 101, 150, radius), 0);
+            ASSERT_EQ(LImageBoxBlur(process, *b, false, 251, 49, radius), 0);
+            ASSERT_EQ(LImageBoxBlur(process, *b, true, 0, 900, radius), 0);
+        }
+        EXPECT_TRUE(kvtest::SamePictures(fast, generic)) << radius;
+    }
+}
+
 TEST(BoxBlur, OnePixelSpreadsToSixRPlusOne) {
     const unsigned long r = 1;
     LImageBuffer b = MakePicture(31, 31, 0, [](int x, int y) {
@@ -146,6 +170,15 @@ TEST(BoxBlur, NoDarkEdgeAndPremultipliedStaysSo) {
             ASSERT_LE((p >> 8) & 255, a);
             ASSERT_LE(p & 255, a);
         }
+}
+
+TEST(BoxBlur, FloatMeanIsTheIntegerMeanForEveryWindowSum) {
+    for (unsigned count : {1u, 2u, 3u, 7u, 201u, 4095u, 9999u, LImageBoxMean::kMaxWindow}) {
+        const LImageBoxMean mean(count);
+        for (unsigned sum = 0; sum <= 255 * count; ++sum)
+            if (mean(sum) != sum / count)
+                FAIL() << sum << " / " << count << " gave " << mean(sum);
+    }
 }
 
 TEST(BoxBlur, StopsAndRefusesPicturesWithoutPixels) {

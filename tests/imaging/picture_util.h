@@ -49,11 +49,11 @@ inline std::uint32_t RandomPremultiplied(std::mt19937& random) {
 inline bool SamePictures(const LImageBuffer& a, const LImageBuffer& b) {
     if (a.width != b.width || a.height != b.height)
         return false;
-    for (int y = 0; y < a.height; ++y)
-        for (int x = 0; x < a.width; ++x)
-            if (PixelAt(a, x, y) != PixelAt(b, x, y))
-                return false;
-    return true;
+    LImageConstIterator i(a), j(b);
+    for (; i.IsInRange() && j.IsInRange(); i.Next(), j.Next())
+        if (i.GetPacked() != j.GetPacked())
+            return false;
+    return i.IsInRange() == j.IsInRange();
 }
 
 // Stops at once, and keeps the last error.
