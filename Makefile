@@ -3,6 +3,7 @@
 
 BUILD_TEST  ?= build/test
 BUILD_BENCH ?= build/bench
+BUILD_TSAN  ?= build/tsan
 JOBS        ?= $(shell nproc)
 CMAKE_GEN   := -G Ninja
 CCACHE      := $(shell command -v ccache 2>/dev/null)
@@ -11,6 +12,7 @@ CMAKE_EXTRA := $(if $(CCACHE),-DCMAKE_CXX_COMPILER_LAUNCHER=$(CCACHE) -DCMAKE_C_
 export ASAN_OPTIONS  ?= detect_leaks=1:abort_on_error=0:strict_string_checks=1
 export UBSAN_OPTIONS ?= print_stacktrace=1:halt_on_error=1
 export LSAN_OPTIONS  ?= suppressions=$(CURDIR)/scripts/lsan.supp:print_suppressions=0
+export TSAN_OPTIONS  ?= halt_on_error=1:second_deadlock_stack=1
 
 .PHONY: deps test bench clean
 
@@ -18,10 +20,15 @@ deps:
 	@scripts/install-deps
 
 # Debug build with AddressSanitizer and UndefinedBehaviorSanitizer; every test through CTest.
+# Then a second, small build of only the tests that start threads (label
+# `threads`) with ThreadSanitizer.
 test: deps
 	cmake -S . -B $(BUILD_TEST) $(CMAKE_GEN) $(CMAKE_EXTRA) -DCMAKE_BUILD_TYPE=Debug -DKV_SANITIZE=ON
 	cmake --build $(BUILD_TEST) -j $(JOBS)
 	cd $(BUILD_TEST) && ctest --output-on-failure -j $(JOBS)
+	cmake -S . -B $(BUILD_TSAN) $(CMAKE_GEN) $(CMAKE_EXTRA) -DCMAKE_BUILD_TYPE=Debug -DKV_TSAN=ON
+	cmake --build $(BUILD_TSAN) -j $(JOBS)
+	cd $(BUILD_TSAN) && ctest --output-on-failure -j $(JOBS) -L threads --no-tests=error
 
 # Optimised build in its own folder; runs every benchmark.
 bench: deps

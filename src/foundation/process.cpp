@@ -1,28 +1,32 @@
 #include "foundation/process.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <ctime>
 
 void LProcessInterface::SetErrorF(const char* format, ...) {
+    // Starts empty: a conversion the C library rejects must not leave garbage.
     char buffer[kLProcessMessageSize];
+    buffer[0] = '\0';
     va_list args;
     va_start(args, format);
-    std::vsnprintf(buffer, sizeof buffer, format, args);
+    if (format)
+        std::vsnprintf(buffer, sizeof buffer, format, args);
     va_end(args);
     SetError(buffer);
 }
 
 void LProcessInterface::SetStatusF(int level, const char* format, ...) {
     char buffer[kLProcessMessageSize];
+    buffer[0] = '\0';
     va_list args;
     va_start(args, format);
-    std::vsnprintf(buffer, sizeof buffer, format, args);
+    if (format)
+        std::vsnprintf(buffer, sizeof buffer, format, args);
     va_end(args);
     SetStatus(buffer, level);
 }
-
-#include <ctime>
-#include <cerrno>
 
 LProcessResult LProcessInterfaceVoid::ProcessWait(unsigned int milliseconds) {
     timespec t{static_cast<time_t>(milliseconds / 1000),

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 #include <vector>
 
@@ -54,32 +53,6 @@ TEST(ProcessMessages, FormattedTextIsCutAt8192Bytes) {
     r.SetStatusF(1, "%d files", 3);
     EXPECT_EQ(r.statuses.back(), "3 files");
     EXPECT_EQ(r.levels.back(), 1);
-}
-
-TEST(Signals, SetStaysUntilResetAndWaitsTimeOut) {
-    LSignalObject s;
-    EXPECT_FALSE(s.IsSignaled());
-    const auto t0 = std::chrono::steady_clock::now();
-    EXPECT_FALSE(s.WaitSignal(30));
-    EXPECT_GE(std::chrono::steady_clock::now() - t0, std::chrono::milliseconds(25));
-    s.Set();
-    s.Set();
-    EXPECT_TRUE(s.IsSignaled());
-    EXPECT_TRUE(s.IsSignaled()); // testing does not consume
-    s.Reset();
-    EXPECT_FALSE(s.IsSignaled());
-}
-
-TEST(Signals, GroupIgnoresMembersPast256AndReportsReadiness) {
-    std::vector<LSignalObject> signals(260);
-    LSignalObjectGroup group;
-    for (auto& s : signals)
-        group.Add(s);
-    EXPECT_EQ(group.GetCount(), 256u);
-    signals[259].Set(); // never joined
-    EXPECT_FALSE(LSignalObjectGroup(group).Select(0));
-    signals[17].Set();
-    EXPECT_TRUE(group.Select(0));
 }
 
 TEST(VoidProcess, WaitsGiveOkOrTimeOut) {
