@@ -37,8 +37,8 @@ LImageBuffer& Large() {
     return picture;
 }
 
-// Three passes along rows and three along columns, one thread per stripe of
-// lines in turn: the arithmetic without the threads.
+// Three passes along rows and three along columns on one thread: the
+// arithmetic without the threads.
 void BlurStripes(LImageBuffer& b, unsigned long radius) {
     LProcessInterfaceVoid process;
     for (int pass = 0; pass < 6; ++pass) {
@@ -47,11 +47,36 @@ void BlurStripes(LImageBuffer& b, unsigned long radius) {
     }
 }
 
-void BoxBlurComputeOnly(benchmark::State& state) {
+// The blur as the effects run it: one stripe per processor in each round.
+void BoxBlur4096(benchmark::State& state) {
+    LImageBuffer& b = Large();
+    LProcessInterfaceVoid process;
+    LImageBlurSettings settings(b, static_cast<unsigned long>(state.range(0)));
+    for (auto _ : state)
+        Process(process, settings);
+    state.SetItemsProcessed(state.iterations() * 4096l * 4096l * 6);
+}
+
+void BoxBlur4096OneThread(benchmark::State& state) {
     LImageBuffer& b = Large();
     for (auto _ : state)
         BlurStripes(b, static_cast<unsigned long>(state.range(0)));
     state.SetItemsProcessed(state.iterations() * 4096l * 4096l * 6);
+}
+
+// A drop-shadow layer: the threads' start and the waits must not dominate.
+void SmallBlurEndToEnd(benchmark::State& state) {
+    LImageBuffer layer = Picture(300, 200, 4);
+    LProcessInterfaceVoid process;
+    LImageBlurSettings settings(layer, 8);
+    for (auto _ : state)
+        Process(process, settings);
+}
+
+void SmallBlurComputeOnly(benchmark::State& state) {
+    LImageBuffer layer = Picture(300, 200, 4);
+    for (auto _ : state)
+        BlurStripes(layer, 8);
 }
 
 // The memory floor: six copies of the picture's size.
@@ -116,7 +141,10 @@ void RotateTenthTurn(benchmark::State& state) {
 } // namespace
 
 BENCHMARK(SixMemcpyPasses)->Unit(benchmark::kMillisecond);
-BENCHMARK(BoxBlurComputeOnly)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
+BENCHMARK(BoxBlur4096)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
+BENCHMARK(BoxBlur4096OneThread)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
+BENCHMARK(SmallBlurEndToEnd)->Unit(benchmark::kMicrosecond);
+BENCHMARK(SmallBlurComputeOnly)->Unit(benchmark::kMicrosecond);
 BENCHMARK(CopyAlphaComposite4096)->Unit(benchmark::kMillisecond);
 BENCHMARK(CairoOver4096)->Unit(benchmark::kMillisecond);
 BENCHMARK(ResizeSmooth)->Args({1000, 750})->Args({8000, 6000})->Unit(benchmark::kMillisecond);

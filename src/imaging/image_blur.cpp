@@ -22,41 +22,29 @@ namespace {
 using std::uint32_t;
 using std::uint64_t;
 
-// Windows up to this many pixels keep their sums in 32 bits and divide by a
-// multiply and a shift.
-constexpr unsigned long kFastWindow = 65536;
+// Asks about a stop before the first line and then once per so many pixels
+// of work: on a thread the question is a system call, which would cost more
+// than a short line's blur.
+class StopCheck {
+public:
+    bool operator()(LProcessInterface& process, long pixels) {
+        budget -= pixels;
+        if (budget > 0)
+            return false;
+        budget = kPixelsPerCheck;
+        return process.IsToStop();
+    }
 
-// n / d, exact for every n below 2^24 (255 times the widest fast window fits).
-struct Divider {
-    uint32_t d = 1;
-    uint32_t m = 0;
-    unsigned shift = 0;
-
-    void Set(uint32_t divisor) {
-        d = divisor;
-        if (divisor > kFastWindow) {
-            m = 0; // plain division
-            return;
-        }
-        unsigned l = 0;
-        while ((1ull << l) < divisor)
-            ++l;
-        shift = 24 + l;
-        m = static_cast<uint32_t>((1ull << shift) / divisor + 1);
-    }
-    uint32_t operator()(uint32_t n) const {
-        return static_cast<uint32_t>((static_cast<uint64_t>(n) * m) >> shift);
-    }
-    uint64_t Divide(uint64_t n) const {
-        return m ? (n * m) >> shift : n / d;
-    }
+private:
+    static constexpr long kPixelsPerCheck = 16384;
+    long budget = 0;
 };
 
-std::vector<Divider> MakeDividers(unsigned long window) {
-    std::vector<Divider> dividers(window + 1);
-    for (unsigned long k = 1; k <= window; ++k)
-        dividers[k].Set(static_cast<uint32_t>(k));
-    return dividers;
+std::vector<LImageBoxMean> MakeMeans(long window) {
+    std::vector<LImageBoxMean> means(static_cast<size_t>(window + 1));
+    for (long k = 1; k <= window; ++k)
+        means[static_cast<size_t>(k)] = LImageBoxMean(static_cast<unsigned>(k));
+    return means;
 }
 
 // The window around position i of a line of length L covers
@@ -69,7 +57,9 @@ LProcessResult BlurLinesGeneric(LProcessInterface& process, LImageBuffer& image,
                                 long first, long count, long r) {
     const long length = horizontal ? image.width : image.height;
     const long size = 2 * r + 1;
-    const std::vector<Divider> divide = MakeDividers(static_cast<unsigned long>(size));
+    // Wider windows than the float mean covers divide plainly.
+    const bool exact = size <= static_cast<long>(LImageBoxMean::kMaxWindow);
+    const std::vector<LImageBoxMean> means = MakeMeans(exact ? size : 0);
     std::vector<uint32_t> ring(static_cast<size_t>(size));
 
     const int x = horizontal ? 0 : static_cast<int>(first);
@@ -82,8 +72,9 @@ LProcessResult BlurLinesGeneric(LProcessInterface& process, LImageBuffer& image,
     if (!reader.IsInRange())
         return LProcessResultError;
 
+    StopCheck stopped;
     for (long line = 0; line < count; ++line) {
-        if (process.IsToStop())
+        if (stopped(process, length))
             return LProcessResultStopped;
         uint64_t sums[4] = {0, 0, 0, 0};
         auto add = [&](uint32_t p, int sign) {
@@ -97,10 +88,12 @@ LProcessResult BlurLinesGeneric(LProcessInterface& process, LImageBuffer& image,
         }
         long n = r + 1;
         for (long i = 0; i < length; ++i) {
-            const Divider& d = divide[static_cast<size_t>(n)];
+            const LImageBoxMean& mean = means[static_cast<size_t>(exact ? n : 0)];
             uint32_t out = 0;
             for (int c = 0; c < 4; ++c)
-                out |= static_cast<uint32_t>(d.Divide(sums[c])) << (8 * c);
+                out |= (exact ? mean(static_cast<unsigned>(sums[c]))
+                              : static_cast<unsigned>(sums[c] / static_cast<uint64_t>(n)))
+                       << (8 * c);
             writer.SetPacked(out);
             writer.Next();
             if (i >= r) {
@@ -117,13 +110,6 @@ LProcessResult BlurLinesGeneric(LProcessInterface& process, LImageBuffer& image,
         }
     }
     return LProcessResultOk;
-}
-
-std::vector<LImageBoxMean> MakeMeans(long window) {
-    std::vector<LImageBoxMean> means(static_cast<size_t>(window + 1));
-    for (long k = 1; k <= window; ++k)
-        means[static_cast<size_t>(k)] = LImageBoxMean(static_cast<unsigned>(k));
-    return means;
 }
 
 // The four running sums of one pixel's channels.
@@ -190,8 +176,9 @@ LProcessResult BlurRows4(LProcessInterface& process, LImageBuffer& image, long f
     std::vector<unsigned char> line(static_cast<size_t>(4 * W));
     const unsigned char* in = line.data();
 
+    StopCheck stopped;
     for (long row = first; row < first + count; ++row) {
-        if (process.IsToStop())
+        if (stopped(process, W))
             return LProcessResultStopped;
         unsigned char* out = image.GetPictureRow(static_cast<int>(row));
         std::copy(out, out + 4 * W, line.begin());
@@ -231,10 +218,11 @@ LProcessResult BlurColumns4(LProcessInterface& process, LImageBuffer& image, lon
     std::vector<uint32_t> sums(static_cast<size_t>(4 * block));
     uint32_t* s = sums.data();
 
+    StopCheck stopped;
     for (long column = first; column < first + count; column += block) {
-        if (process.IsToStop())
-            return LProcessResultStopped;
         const long lanes = 4 * std::min(block, first + count - column);
+        if (stopped(process, lanes / 4 * H))
+            return LProcessResultStopped;
         auto at = [&](long row) { return image.GetPictureRow(static_cast<int>(row)) + 4 * column; };
         auto slot = [&](long row) { return ring.data() + (row % size) * 4 * block; };
         std::fill(sums.begin(), sums.end(), 0u);
@@ -309,4 +297,105 @@ LProcessResult LImageBoxBlur(LProcessInterface& process, LImageBuffer& image, bo
         return horizontal ? BlurRows4(process, image, f, n, r)
                           : BlurColumns4(process, image, f, n, r);
     return BlurLinesGeneric(process, image, horizontal, f, n, r);
+}
+
+void LImageBlurThread::ThreadFunction() {
+    for (;;) {
+        if (ProcessWaitSignal(go, kLWaitForever) == LProcessResultStopped)
+            return;
+        if (!go.IsSignaled())
+            continue; // woken by an interruption
+        go.Reset();
+        result = LImageBoxBlur(*this, *image, horizontal, first, count, radius);
+        done.Set();
+    }
+}
+
+namespace {
+
+// The longest time between two looks at the stop of the caller's interface;
+// the wait itself ends as soon as a stripe does.
+constexpr unsigned kStopPollMilliseconds = 100;
+
+void StopAll(std::vector<LImageBlurThread>& stripes) {
+    for (LImageBlurThread& stripe : stripes)
+        stripe.StopThreadSoon();
+    for (LImageBlurThread& stripe : stripes)
+        stripe.StopThreadNow();
+}
+
+} // namespace
+
+LProcessResult Process(LProcessInterface& process, LImageBlurSettings& settings) {
+    LImageBuffer& image = settings.image;
+    if (!image.IsValid() || image.GetBitsPerPixel() % 8 != 0 ||
+        image.CalculateBufferSize64() >= 0x7FFFFFFF) {
+        process.SetError("The picture to blur is empty or has no pixels that can be read.");
+        return LProcessResultError;
+    }
+    if (settings.radius == 0 || settings.passes == 0)
+        return LProcessResultOk;
+
+    // A group has room for 256 signals; more stripes than that, or than
+    // lines, would only wait on each other.
+    const unsigned long longest = static_cast<unsigned long>(std::max(image.width, image.height));
+    const unsigned long threads = std::min<unsigned long>(
+        {std::max(settings.threadCount, 1ul), LSignalObjectGroup::kMaxMembers - 1, longest});
+    // The stripes' threads live through all rounds: starting threads for
+    // every round would cost more than a small picture's blur.
+    std::vector<LImageBlurThread> stripes(threads);
+    for (LImageBlurThread& stripe : stripes)
+        stripe.Start(kLThreadPriorityNormal);
+
+    const unsigned long rounds = 2 * settings.passes;
+    for (unsigned long round = 0; round < rounds; ++round) {
+        const bool horizontal = round < settings.passes;
+        const unsigned long lines = horizontal ? image.height : image.width;
+        const unsigned long used = std::min(threads, lines);
+        const unsigned long each = lines / used;
+        LSignalObjectGroup running;
+        for (unsigned long t = 0; t < used; ++t) {
+            LImageBlurThread& stripe = stripes[t];
+            stripe.horizontal = horizontal;
+            stripe.first = t * each;
+            stripe.count = t + 1 == used ? lines - t * each : each;
+            stripe.radius = settings.radius;
+            stripe.image = &image;
+            stripe.result = LProcessResultOk;
+            if (stripe.IsRunning()) {
+                stripe.done.Reset();
+                stripe.go.Set();
+                running.Add(stripe.done);
+            } else {
+                // A thread the system refused: its stripe runs here instead.
+                stripe.result = LImageBoxBlur(process, image, horizontal, stripe.first,
+                                              stripe.count, settings.radius);
+            }
+        }
+        while (running.GetCount() > 0) {
+            LSignalObjectGroup waiting = running;
+            if (process.ProcessWaitSignalObjectGroup(waiting, kStopPollMilliseconds) ==
+                    LProcessResultStopped ||
+                process.IsToStop()) {
+                StopAll(stripes);
+                return LProcessResultStopped;
+            }
+            LSignalObjectGroup still;
+            for (unsigned long t = 0; t < used; ++t)
+                if (running.IsMember(stripes[t].done) && !stripes[t].done.IsSignaled())
+                    still.Add(stripes[t].done);
+            running = still;
+        }
+        for (unsigned long t = 0; t < used; ++t)
+            if (stripes[t].result != LProcessResultOk) {
+                StopAll(stripes);
+                return stripes[t].result;
+            }
+        process.SetProgress(static_cast<double>(round + 1) / static_cast<double>(rounds));
+        if (process.IsToStop()) {
+            StopAll(stripes);
+            return LProcessResultStopped;
+        }
+    }
+    return LProcessResultOk;
 }

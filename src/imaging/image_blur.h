@@ -3,6 +3,7 @@
 // columns, a few passes each way, which together come close to a Gaussian.
 // The cost does not depend on the radius.
 
+#include "foundation/thread.h"
 #include "imaging/image_buffer.h"
 
 // The integer mean sum / count of a window of bytes through one float
@@ -42,6 +43,37 @@ struct LImageBlurSettings {
 // are treated alike, so a premultiplied picture stays premultiplied. The
 // radius is limited to (length - 1) / 2. Lines are written in place and no
 // line is shared, so stripes of lines can run at the same time.
-// 0, 1 when stopped (tested once a line), 2 for a picture without pixels.
+// 0, 1 when stopped (asked before the first line and then once per block of
+// lines of some thousand pixels), 2 for a picture without pixels.
 LProcessResult LImageBoxBlur(LProcessInterface& process, LImageBuffer& image, bool horizontal,
                              unsigned long first, unsigned long count, unsigned long radius);
+
+// A worker for one stripe of lines per round. It is started once for the
+// whole blur and runs a round's stripe each time `go` is set, setting `done`
+// when the stripe is finished; it is the pass's process interface, so a stop
+// reaches the stripe at its next check.
+class LImageBlurThread : public LThread {
+public:
+    LImageBlurThread() { SetThreadName("kv-blur"); }
+    ~LImageBlurThread() override { StopThreadNow(); }
+
+    void ThreadFunction() override;
+
+    // The stripe of the coming round, set before `go`.
+    bool horizontal = true;
+    unsigned long first = 0;
+    unsigned long count = 0;
+    unsigned long radius = 0;
+    LImageBuffer* image = nullptr;
+    LProcessResult result = LProcessResultOk;
+
+    LSignalObject go;
+    LSignalObject done;
+};
+
+// The whole blur: `passes` rounds along rows, then as many along columns,
+// each round cut into threadCount stripes that run at the same time. A
+// round ends the moment its last stripe does; progress is reported after
+// each. 0, 1 when stopped (the picture is left as the rounds reached), 2
+// for a picture without pixels.
+LProcessResult Process(LProcessInterface& process, LImageBlurSettings& settings);
