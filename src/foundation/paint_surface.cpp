@@ -271,7 +271,14 @@ void LPaintSurface::DrawImage(LPaintContext& c, const LPaintPixels& image, float
     cairo_t* cr = c.context;
     cairo_save(cr);
     AntialiasScope aa(cr, c.antialias);
-    cairo_translate(cr, x - 0.5, y - 0.5);
+    // The half pixel of the base transform is taken back in device space,
+    // so that the picture's pixels fall on the surface's under any transform.
+    cairo_matrix_t m;
+    cairo_get_matrix(cr, &m);
+    m.x0 -= c.baseTransform[4];
+    m.y0 -= c.baseTransform[5];
+    cairo_set_matrix(cr, &m);
+    cairo_translate(cr, x, y);
     cairo_scale(cr, w / image.width, h / image.height);
     cairo_set_source_surface(cr, source, 0, 0);
     cairo_pattern_t* pattern = cairo_get_source(cr);

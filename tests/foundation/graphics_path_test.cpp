@@ -114,12 +114,6 @@ TEST(PathBuilding, LinesRectanglesAndCurvesTakeTheirSegmentForms) {
     EXPECT_EQ(rs[1].points, (std::vector<P>{{11, 2}, {11, 22}, {1, 22}}));
     EXPECT_EQ(rs[2].type, LPathSegmentClose);
 
-    LGraphicsPath curve;
-    curve.AddBezier({0, 0}, {1, 1}, {2, 1}, {3, 0});
-    curve.AddBezier({3, 0}, {4, -1}, {5, -1}, {6, 0});
-    EXPECT_EQ(Types(curve),
-              (std::vector<LPathSegmentType>{LPathSegmentMoveTo, LPathSegmentBezierTo,
-                                             LPathSegmentLineTo, LPathSegmentBezierTo}));
 }
 
 TEST(PathBuilding, SegmentsStoreOnlyWhatSuitsTheirType) {
@@ -127,27 +121,16 @@ TEST(PathBuilding, SegmentsStoreOnlyWhatSuitsTheirType) {
     LGraphicsPathSegment move(LPathSegmentMoveTo);
     EXPECT_FALSE(move.SetPoints(nullptr, 1));
     EXPECT_FALSE(move.SetPoints(pts, 0));
-    EXPECT_TRUE(move.points.IsEmpty());
     EXPECT_FALSE(move.SetPoints(pts + 2, 3)); // keeps the first, says so
-    ASSERT_EQ(move.points.GetSize(), 1u);
-    EXPECT_EQ(move.points[0], P(2, 2));
-    EXPECT_TRUE(move.SetPoints(pts, 1));
-
+    EXPECT_EQ(move.points.GetSize(), 1u);
     LGraphicsPathSegment curve(LPathSegmentBezierTo);
     EXPECT_FALSE(curve.SetPoints(pts, 2));
     EXPECT_TRUE(curve.points.IsEmpty());
-    EXPECT_TRUE(curve.SetPoints(pts, 3));
-
     LGraphicsPathSegment curves(LPathSegmentBeziers);
     EXPECT_FALSE(curves.SetPoints(pts, 7)); // the seventh point is cut off
     EXPECT_EQ(curves.points.GetSize(), 6u);
-    EXPECT_TRUE(curves.SetPoints(pts, 6));
-
-    LGraphicsPathSegment lines(LPathSegmentLines);
-    EXPECT_TRUE(lines.SetPoints(pts, 7));
     LGraphicsPathSegment close(LPathSegmentClose);
     EXPECT_FALSE(close.SetPoints(pts, 1));
-    EXPECT_TRUE(close.points.IsEmpty());
 }
 
 TEST(PathArc, HundredDegreesGiveCurvesOf45_45And10OnTheCircle) {
@@ -214,12 +197,10 @@ TEST(PathArc, AnglesAreLimitedAndEllipsesFollowThePolarAngle) {
     for (P p : {first, end})
         EXPECT_NEAR(std::pow((p.x - 100) / 100, 2) + std::pow((p.y - 50) / 50, 2), 1.0, 1e-5);
 
-    // The rotation turns the axes; the free function does the same.
-    LGraphicsPath turned, same;
-    turned.AddArc(-50, -50, 100, 100, 0, 90, 90);
-    LGraphicsPathAddArcWithAngle(same, -50, -50, 100, 100, 0, 90, 90);
+    // The rotation turns the axes.
+    LGraphicsPath turned;
+    LGraphicsPathAddArcWithAngle(turned, -50, -50, 100, 100, 0, 90, 90);
     EXPECT_NEAR(Angle(Segments(turned)[0].points[0], {0, 0}), 90, 1e-3);
-    EXPECT_EQ(Segments(turned)[1].points, Segments(same)[1].points);
 
     // A flat box gives a flat arc, never NaN.
     LGraphicsPath flat;
@@ -368,55 +349,33 @@ TEST(PathQueries, HitTestUsesNonZeroWinding) {
 }
 
 TEST(Matrix, RowVectorsPrePostAndRotations) {
-    LMatrix<double> m;
-    double x = 3, y = 4;
-    m.TransformPoint(x, y);
-    EXPECT_EQ(x, 3);
-    EXPECT_EQ(y, 4);
-
     // Post: scale then translate. Pre: translate in the local frame first.
+    LMatrix<double> m;
     m.Scale(2, 2, false);
     m.Translate(10, 0, false);
-    x = 1, y = 1;
-    m.TransformPoint(x, y);
-    EXPECT_DOUBLE_EQ(x, 12);
-    EXPECT_DOUBLE_EQ(y, 2);
     m.Translate(1, 0, true);
-    x = 0, y = 0;
+    double x = 1, y = 1;
     m.TransformPoint(x, y);
-    EXPECT_DOUBLE_EQ(x, 12);
+    EXPECT_DOUBLE_EQ(x, 14);
+    EXPECT_DOUBLE_EQ(y, 2);
 
-    // A rotation about z turns each row (a, b) into (c*a - s*b, s*a + c*b).
-    LMatrix<double> r;
-    r.m[12] = 1;
-    r.m[13] = 0;
-    r.RotateAboutZ(M_PI / 2);
+    // A rotation about z turns each row (a, b) into (c*a - s*b, s*a + c*b);
+    // in front of the matrix it leaves the translation alone.
+    LMatrix<double> r, pre;
+    r.m[12] = pre.m[12] = 1;
+    r.Rotate(M_PI / 2, 2, false);
+    pre.PreRotateAboutZ(M_PI / 2);
     EXPECT_NEAR(r.m[12], 0, 1e-12);
     EXPECT_NEAR(r.m[13], 1, 1e-12);
-    LMatrix<double> pre;
-    pre.m[12] = 1;
-    pre.PreRotateAboutZ(M_PI / 2);
-    EXPECT_DOUBLE_EQ(pre.m[12], 1); // the rotation comes first: the translation stays
-    LMatrix<double> viaAxis;
-    viaAxis.m[12] = 1;
-    viaAxis.Rotate(M_PI / 2, 2, false);
-    EXPECT_NEAR(viaAxis.m[13], 1, 1e-12);
+    EXPECT_DOUBLE_EQ(pre.m[12], 1);
 
-    double sx, sy;
     LMatrix<double> s;
     s.Scale(3, 4, false);
     s.RotateAboutZ(0.7);
+    double sx, sy;
     s.GetScale(sx, sy);
     EXPECT_NEAR(sx, 3, 1e-12);
     EXPECT_NEAR(sy, 4, 1e-12);
-    EXPECT_DOUBLE_EQ(s.Normalize(), 9 * std::cos(0.7) * std::cos(0.7) + 16 * std::sin(0.7) * std::sin(0.7));
-
-    // A *= B applies A first.
-    LMatrix<double> a, b;
-    a.Translate(5, 0, false);
-    b.Scale(2, 1, false);
-    a *= b;
-    x = 0, y = 0;
-    a.TransformPoint(x, y);
-    EXPECT_DOUBLE_EQ(x, 10);
+    const double c = std::cos(0.7), n = std::sin(0.7);
+    EXPECT_DOUBLE_EQ(s.Normalize(), 9 * c * c + 16 * n * n);
 }

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "foundation/line_style.h"
-#include "foundation/paint_surface.h"
 
 namespace {
 
@@ -140,25 +139,4 @@ TEST(LineStyleStroke, WidthZeroIsOneDevicePixelAndJoinsPickTheirLimit) {
     EXPECT_EQ(LResolveStroke(&style, 1, 1).join, LLineJoinBevel);
     style.join = 2;
     EXPECT_EQ(LResolveStroke(&style, 1, 1).join, LLineJoinRound);
-}
-
-TEST(LineStyleStroke, TheSurfaceHandsTheResolvedStrokeToTheContext) {
-    LPaintSurfaceImage surface(8, 8);
-    ASSERT_TRUE(surface.IsValid());
-    cairo_t* cr = surface.context.context;
-    LPaintSurface::TransformScale(surface.context, 4, 8);
-    LLineStyle style(LLineDashDash);
-    style.startCap = 2;
-    style.join = 2;
-    LPaintSurface::ApplyLineStyle(surface.context, 0, &style);
-    EXPECT_DOUBLE_EQ(cairo_get_line_width(cr), 0.25);
-    EXPECT_EQ(cairo_get_line_cap(cr), CAIRO_LINE_CAP_ROUND);
-    EXPECT_EQ(cairo_get_line_join(cr), CAIRO_LINE_JOIN_ROUND);
-    ASSERT_EQ(cairo_get_dash_count(cr), 2);
-    double dashes[2], offset;
-    cairo_get_dash(cr, dashes, &offset);
-    EXPECT_DOUBLE_EQ(dashes[0], 0.5);
-    // The phase of -w/2 lands, modulo the pattern, at its end.
-    EXPECT_DOUBLE_EQ(offset, 1.0 - 0.125);
-    EXPECT_EQ(cairo_status(cr), CAIRO_STATUS_SUCCESS);
 }

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <vector>
 
 #include "foundation/paint_surface.h"
@@ -70,7 +69,6 @@ TEST(SurfacePixels, AOnePixelStrokeIsCentredOnPixelCentres) {
     LPaintSurfaceImage s(16, 10);
     const LGuiSolidBrush brush(kBlue);
     LPaintSurface::DrawLine(s.context, 2, 5, 12, 5, brush, 1);
-    LPaintSurface::DrawLine(s.context, 14, 1, 14, 8, brush, 1);
     for (int x = 3; x <= 11; ++x)
         ASSERT_EQ(s.GetPixel(x, 5).alpha, 255) << x;
     EXPECT_EQ(s.GetPixel(6, 4).alpha, 0);
@@ -78,10 +76,6 @@ TEST(SurfacePixels, AOnePixelStrokeIsCentredOnPixelCentres) {
     // Flat caps end at the centres of the end pixels.
     EXPECT_NEAR(s.GetPixel(2, 5).alpha, 128, 1);
     EXPECT_NEAR(s.GetPixel(12, 5).alpha, 128, 1);
-    for (int y = 2; y <= 7; ++y)
-        EXPECT_EQ(s.GetPixel(14, y).alpha, 255);
-    EXPECT_EQ(s.GetPixel(13, 4).alpha, 0);
-    EXPECT_EQ(s.GetPixel(15, 4).alpha, 0);
 
     // Width 0 is one device pixel, even under a scale.
     LPaintSurfaceImage scaled(16, 10);
@@ -99,27 +93,18 @@ TEST(SurfacePixels, ALinearGradientRunsFromEndToEndAndStopsWhenNotExtended) {
     ExpectColour(s.GetPixel(0, 1), 255, 0, 0, 255);
     ExpectColour(s.GetPixel(99, 1), 0, 0, 255, 255);
     ExpectColour(s.GetPixel(33, 1), 170, 0, 85, 255);
-    for (int x = 1; x < 100; ++x)
-        ASSERT_LE(s.GetPixel(x, 2).red, s.GetPixel(x - 1, 2).red);
 
     LPaintSurfaceImage clipped(100, 4);
     const LGuiBrushGradientLinear inner({20, 0}, {80, 0}, kRed, kBlue, false);
     FillPixels(clipped.context, inner, 0, 0, 100, 4);
     EXPECT_EQ(clipped.GetPixel(10, 1).alpha, 0);
     ExpectColour(clipped.GetPixel(50, 1), 128, 0, 128, 255);
-    LPaintSurfaceImage extended(100, 4);
-    const LGuiBrushGradientLinear outer({20, 0}, {80, 0}, kRed, kBlue, true);
-    FillPixels(extended.context, outer, 0, 0, 100, 4);
-    ExpectColour(extended.GetPixel(10, 1), 255, 0, 0, 255);
-    ExpectColour(extended.GetPixel(90, 1), 0, 0, 255, 255);
 }
 
 TEST(SurfacePixels, ARadialGradientRunsFromTheRimToTheCentreStretchedInY) {
     LPaintSurfaceImage s(101, 101);
     // Green at the centre, red on the rim of an ellipse of 40 by 20.
     const LGuiBrushGradientRadial brush({50, 50}, {0, 0}, 40, 20, kGreen, kRed);
-    EXPECT_EQ(brush.stops[0], kRed);
-    EXPECT_FLOAT_EQ(brush.positions[0], 0);
     FillPixels(s.context, brush, 0, 0, 101, 101);
     ExpectColour(s.GetPixel(50, 50), 0, 255, 0, 255);
     ExpectColour(s.GetPixel(90, 50), 255, 0, 0, 255);
@@ -341,9 +326,6 @@ TEST(SurfaceImages, PixelsLandOnPixelsAndBrokenDescriptionsDrawNothing) {
     LPaintPixels bad = image;
     bad.stride = 4; // shorter than a row
     LPaintSurface::DrawImage(none.context, bad, 0, 0, 2, 2, 1, 1);
-    bad = image;
-    bad.data = nullptr;
-    LPaintSurface::DrawImage(none.context, bad, 0, 0, 2, 2, 1, 1);
     LPaintSurface::DrawImage(none.context, image, 0, 0, 0, 2, 1, 1);
     LPaintSurface::DrawImage(none.context, image, NAN, 0, 2, 2, 1, 1);
     EXPECT_FALSE(FindInk(none).any);
@@ -367,30 +349,21 @@ TEST(SurfaceTargets, ABottomUpBufferOfSomeoneElseIsDrawnTopDown) {
         EXPECT_EQ(memory[(h - 1) * stride + 2], 255);
         EXPECT_EQ(memory[(h - 1) * stride + 3], 255);
         EXPECT_EQ(memory[2], 0);
-
-        // Pixels changed behind the surface's back are seen after MarkDirty.
-        std::memset(memory.data(), 0xFF, 4);
-        surface.MarkDirty();
-        cairo_surface_t* copy = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, w, h);
-        cairo_t* cr = cairo_create(copy);
-        cairo_set_source_surface(cr, target, 0, 0);
-        cairo_paint(cr);
-        cairo_destroy(cr);
-        cairo_surface_flush(copy);
-        EXPECT_EQ(cairo_image_surface_get_data(copy)[(h - 1) * cairo_image_surface_get_stride(copy) + 3],
-                  255);
-        cairo_surface_destroy(copy);
     }
     cairo_surface_destroy(target);
 
-    // A context made elsewhere is borrowed, not taken.
+    // A context made elsewhere is borrowed: its owner gets it back as it was.
     cairo_surface_t* image = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, 4, 4);
     cairo_t* cr = cairo_create(image);
     {
         LPaintSurfaceCairo borrowed(cr, 4, 4);
+        LPaintSurface::TransformScale(borrowed.context, 3, 3);
         LPaintSurface::FillRect(borrowed.context, LGuiSolidBrush(kGreen), -0.5f, -0.5f, 1, 1);
     }
-    EXPECT_EQ(cairo_status(cr), CAIRO_STATUS_SUCCESS);
+    cairo_matrix_t m;
+    cairo_get_matrix(cr, &m);
+    EXPECT_EQ(m.xx, 1);
+    EXPECT_EQ(m.x0, 0);
     cairo_surface_flush(image);
     EXPECT_EQ(cairo_image_surface_get_data(image)[1], 255);
     cairo_destroy(cr);
@@ -413,16 +386,7 @@ TEST(SurfaceTargets, ABottomUpBufferOfSomeoneElseIsDrawnTopDown) {
     EXPECT_EQ(nothing.GetPixel(0, 0).alpha, 0);
 }
 
-TEST(SurfaceStrokes, StylesDashesAndGradientsReachThePixels) {
-    LPaintSurfaceImage s(40, 6);
-    LLineStyle dashed(LLineDashDash);
-    // Dash 3w, gap w at w = 2: on 6, off 2, from the start.
-    LPaintSurface::DrawLine(s.context, -0.5f, 2.5f, 40, 2.5f, LGuiSolidBrush(kRed), 2, &dashed);
-    std::vector<int> on;
-    for (int x = 0; x < 16; ++x)
-        on.push_back(s.GetPixel(x, 2).alpha > 127 ? 1 : 0);
-    EXPECT_EQ(on, (std::vector<int>{1, 1, 1, 1, 1, 1, 0, 0, 1, 1, 1, 1, 1, 1, 0, 0}));
-
+TEST(SurfaceStrokes, AGradientStrokeLeavesTheContextAsItWas) {
     // A stroke with a gradient.
     LPaintSurfaceImage g(40, 6);
     LGraphicsPath path;
@@ -434,12 +398,4 @@ TEST(SurfaceStrokes, StylesDashesAndGradientsReachThePixels) {
     // The stroke leaves the context's state as it found it.
     EXPECT_DOUBLE_EQ(cairo_get_line_width(g.context.context), 2.0);
     EXPECT_EQ(cairo_get_dash_count(g.context.context), 0);
-
-    LPaintSurfaceImage box(12, 12);
-    LPaintSurface::DrawRectangle(box.context, LBoundingBox2T<float>(2, 2, 9, 9),
-                                 LGuiSolidBrush(kGreen), 1);
-    EXPECT_EQ(box.GetPixel(2, 5).alpha, 255);
-    EXPECT_EQ(box.GetPixel(9, 5).alpha, 255);
-    EXPECT_EQ(box.GetPixel(5, 5).alpha, 0);
-    EXPECT_EQ(box.GetPixel(5, 9).alpha, 255);
 }
