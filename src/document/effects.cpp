@@ -94,3 +94,55 @@ int KVDropShadow::GetHardnessRadius(const LBoundingBox2T<float>& box) const {
     const long rounded = Round(r);
     return rounded == 0 ? 1 : static_cast<int>(rounded);
 }
+
+KVEraserStroke::KVEraserStroke(const KVDrawPath& strokePath, float strokeWidth,
+                               unsigned long softnessPercent, LGuiColorAlpha strokeColour)
+    : width(strokeWidth),
+      softnessRadius(static_cast<unsigned long>(
+          std::max(0L, Round(static_cast<float>(softnessPercent) * strokeWidth / 100.0f)))),
+      colour(strokeColour), path(strokePath) {}
+
+void KVErasableProperties::TransformEraserStrokes(const LMatrix<float>& matrix) {
+    for (KVEraserStroke& s : strokes)
+        s.transform *= matrix;
+}
+
+void KVErasableProperties::TranslateEraserStrokes(float dx, float dy) {
+    if (dx == 0.0f && dy == 0.0f)
+        return;
+    LMatrix<float> m;
+    m.Translate(dx, dy, false);
+    TransformEraserStrokes(m);
+}
+
+void KVErasableProperties::ScaleEraserStrokes(LPointTemplate<float> centre, float sx, float sy) {
+    if (sx == 1.0f && sy == 1.0f)
+        return;
+    LMatrix<float> m;
+    m.Translate(-centre.x, -centre.y, false);
+    m.Scale(sx, sy, false);
+    m.Translate(centre.x, centre.y, false);
+    TransformEraserStrokes(m);
+}
+
+void KVErasableProperties::RotateEraserStrokes(LPointTemplate<float> centre, float degrees) {
+    if (degrees == 0.0f)
+        return;
+    LMatrix<float> m;
+    m.Translate(-centre.x, -centre.y, false);
+    m.RotateAboutZ(degrees * 0.01745329251f);
+    m.Translate(centre.x, centre.y, false);
+    TransformEraserStrokes(m);
+}
+
+void KVErasableProperties::UpdateEraserStrokes(const LBoundingBox2T<float>& old,
+                                               const LBoundingBox2T<float>& fresh,
+                                               float lineWidth) {
+    if (fresh.x1 != old.x1 || fresh.y1 != old.y1)
+        TranslateEraserStrokes(fresh.x1 - old.x1, fresh.y1 - old.y1);
+    if (fresh.GetWidth() == old.GetWidth() && fresh.GetHeight() == old.GetHeight())
+        return;
+    const float sx = (fresh.GetWidth() + lineWidth) / (old.GetWidth() + lineWidth);
+    const float sy = (fresh.GetHeight() + lineWidth) / (old.GetHeight() + lineWidth);
+    ScaleEraserStrokes({fresh.x1 - lineWidth * 0.5f, fresh.y1 - lineWidth * 0.5f}, sx, sy);
+}

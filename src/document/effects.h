@@ -3,10 +3,12 @@
 // glow, fill and erase strokes. A null pointer means the effect is absent;
 // copies are deep.
 
+#include "document/draw_path.h"
 #include "foundation/array.h"
 #include "foundation/color.h"
 #include "foundation/geometry.h"
 #include "foundation/list.h"
+#include "foundation/matrix.h"
 #include "foundation/ptr.h"
 
 class KVGradient {
@@ -65,16 +67,20 @@ struct KVGlow {
     float strength = 10.0f;
 };
 
-// An erase stroke over an element, painted in the background colour.
+// An erase stroke over an element, painted in the background colour. Its
+// points stay as drawn; moving, scaling or turning the element changes only
+// the stroke's transform.
 class KVEraserStroke : public LListLink<KVEraserStroke> {
 public:
-    KVEraserStroke() = default;
-    KVEraserStroke(float strokeWidth, unsigned long softness, const LGuiColorAlpha& strokeColour)
-        : width(strokeWidth), softnessPercent(softness), colour(strokeColour) {}
+    // The softness radius is softnessPercent of the width, rounded.
+    KVEraserStroke(const KVDrawPath& path, float width, unsigned long softnessPercent,
+                   LGuiColorAlpha colour);
 
     float width = 0.0f;
-    unsigned long softnessPercent = 0;
+    unsigned long softnessRadius = 0;
     LGuiColorAlpha colour;
+    KVDrawPath path;
+    LMatrix<float> transform;
 };
 
 struct KVShadowProperties {
@@ -116,6 +122,15 @@ struct KVErasableProperties {
 
     void AddEraserStroke(const KVEraserStroke& stroke) { strokes.PushFront(new KVEraserStroke(stroke)); }
     LListIterator<KVEraserStroke> GetEraserStrokes() const { return strokes.GetIterator(); }
+
+    void TransformEraserStrokes(const LMatrix<float>& matrix);
+    void TranslateEraserStrokes(float dx, float dy);
+    void ScaleEraserStrokes(LPointTemplate<float> centre, float sx, float sy);
+    void RotateEraserStrokes(LPointTemplate<float> centre, float degrees);
+    // Strokes follow a box from `old` to `fresh`: moved with its corner, and
+    // scaled about the outer corner of an outline `lineWidth` wide.
+    void UpdateEraserStrokes(const LBoundingBox2T<float>& old, const LBoundingBox2T<float>& fresh,
+                             float lineWidth);
 
     LList<KVEraserStroke> strokes;
 

@@ -51,7 +51,7 @@ TEST(ElementProperties, RecordsAreDeepCopies) {
     BoxElement e;
     BoxProperties p = e.GetProperties();
     p.SetGradient(KVGradient());
-    p.AddEraserStroke(KVEraserStroke(3, 10, LGuiColorAlpha(1, 2, 3, 255)));
+    p.AddEraserStroke(KVEraserStroke(KVDrawPath(1, 1, nullptr), 3, 10, LGuiColorAlpha(1, 2, 3, 255)));
     e.SetProperties(p, false, nullptr);
     p.gradient->radial = true;
     p.strokes.GetFirst()->width = 99;
@@ -73,14 +73,14 @@ TEST(ElementProperties, FillAndGradientExcludeEachOther) {
 
 TEST(ElementProperties, EraseStrokesStackNewestFirst) {
     BoxElement e;
-    e.AddEraserStroke(KVEraserStroke(1, 0, {}), false, nullptr);
-    e.AddEraserStroke(KVEraserStroke(2, 0, {}), false, nullptr);
+    e.AddEraserStroke(KVEraserStroke(KVDrawPath(1, 1, nullptr), 1, 0, {}), false, nullptr);
+    e.AddEraserStroke(KVEraserStroke(KVDrawPath(1, 1, nullptr), 2, 0, {}), false, nullptr);
     EXPECT_FLOAT_EQ(e.GetProperties().strokes.GetFirst()->width, 2);
 }
 
 TEST(CachedRender, PaintsThenWritesTheCacheAndLaterPlacesIt) {
     BoxElement e("e");
-    e.AddEraserStroke(KVEraserStroke(1, 0, {}), false, nullptr);
+    e.AddEraserStroke(KVEraserStroke(KVDrawPath(1, 1, nullptr), 1, 0, {}), false, nullptr);
     RecordingTarget t;
     LProcessInterfaceVoid v;
     EXPECT_EQ(e.CachedRender(v, t), LProcessResultOk);

@@ -319,7 +319,7 @@ TEST_F(ImageTest, CropMovesElementsAndUndoesAsOneGroup) {
 
 TEST_F(ImageTest, BackgroundColourReachesEraseStrokes) {
     BoxElement* a = Add(base, "a");
-    a->AddEraserStroke(KVEraserStroke(5, 0, LGuiColorAlpha(255, 255, 255, 255)), false, nullptr);
+    a->AddEraserStroke(KVEraserStroke(KVDrawPath(1, 1, nullptr), 5, 0, LGuiColorAlpha(255, 255, 255, 255)), false, nullptr);
     image.SetBackgroundColor(LGuiColorAlpha(10, 20, 30, 255), true);
     EXPECT_EQ(image.GetBackground(), LPixelColour(10, 20, 30, 255));
     EXPECT_EQ(a->GetProperties().strokes.GetFirst()->colour, LGuiColorAlpha(10, 20, 30, 255));
