@@ -80,6 +80,8 @@ inline std::uint64_t LGetUInt64BE(const unsigned char* p) {
 // Small copies are single moves: a typed field costs no call to memcpy.
 inline void LCopySmall(void* dst, const void* src, unsigned long n) {
     switch (n) {
+    case 0:
+        break;
     case 1:
         *static_cast<unsigned char*>(dst) = *static_cast<const unsigned char*>(src);
         break;
