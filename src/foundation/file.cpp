@@ -220,7 +220,7 @@ unsigned long LReadFileBuffered::Peek(void* dst, unsigned long count) {
     }
     if (count <= available || count <= kBufferSize) {
         const unsigned long n = count < available ? count : available;
-        std::memcpy(dst, buffer + readPos, n);
+        LCopySmall(dst, buffer + readPos, n);
         return n;
     }
     return file.PeekAt(Tell64(), dst, count);
