@@ -363,6 +363,7 @@ bool LWriteFileBuffered::Started(bool opened) {
     start = file.Tell64();
     filled = cursor = 0;
     limit = 0;
+    detached = false;
     if (!opened)
         return false;
     if (!buffer || capacity != requested) {
@@ -402,12 +403,11 @@ bool LWriteFileBuffered::Flush() {
         start += cursor;
         filled = cursor = 0;
     }
-    if (file.HasFailed()) {
-        // Nothing more is taken once the file has failed.
+    // Nothing more is taken into the buffer once the file has failed, nor
+    // while the position lies before it.
+    if (detached || file.HasFailed())
         limit = 0;
-        return false;
-    }
-    return true;
+    return !file.HasFailed();
 }
 
 bool LWriteFileBuffered::Close() {
@@ -416,11 +416,32 @@ bool LWriteFileBuffered::Close() {
     const bool flushed = Flush();
     const bool closed = file.Close();
     start = filled = cursor = limit = 0;
+    detached = false;
     return flushed && closed;
 }
 
+void LWriteFileBuffered::Attach(unsigned long at) {
+    detached = false;
+    cursor = at;
+    limit = file.IsOpen() && !file.HasFailed() ? capacity : at;
+}
+
 unsigned long LWriteFileBuffered::WriteSlow(const unsigned char* src, unsigned long count) {
-    if (!limit || !Flush())
+    if (!file.IsOpen() || file.HasFailed())
+        return 0;
+    if (detached) {
+        // What lies before the buffer goes to the file; the rest, if any,
+        // lands in the buffer's first bytes.
+        const unsigned long long before = start - detachedAt;
+        const unsigned long direct = count < before ? count : static_cast<unsigned long>(before);
+        const unsigned long done = file.WriteAt(detachedAt, src, direct);
+        detachedAt += done;
+        if (done < direct || direct == count)
+            return done;
+        Attach(0);
+        return done + Write(src + done, count - done);
+    }
+    if (!Flush())
         return 0;
     if (count >= capacity) {
         const unsigned long done = file.WriteAt(start, src, count);
@@ -437,11 +458,20 @@ bool LWriteFileBuffered::SeekOffset64(unsigned long long offset, int from) {
         return false;
     const unsigned long long target = LSeekTarget(Tell64(), GetFileSizeBytes64(), offset, from);
     if (target >= start && target <= start + filled) {
-        cursor = static_cast<unsigned long>(target - start);
+        Attach(static_cast<unsigned long>(target - start));
         return true;
     }
+    if (target < start) {
+        detached = true;
+        detachedAt = target;
+        // No room at the cursor: every write goes the slow way.
+        limit = cursor;
+        return true;
+    }
+    // Past the buffer, over bytes written before a seek back.
     if (!Flush())
         return false;
+    Attach(0);
     start = target;
     return true;
 }

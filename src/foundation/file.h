@@ -122,8 +122,9 @@ private:
 };
 
 // Writes through a buffer. A seek back into bytes that are still buffered
-// (the size of a chunk that has just ended) costs nothing; only bytes that
-// have already left go to the file by a positioned write.
+// (the size of a chunk that has just ended) costs nothing; a write over bytes
+// that have already left goes to the file by one positioned write and leaves
+// the buffer as it is.
 class LWriteFileBuffered {
 public:
     static constexpr unsigned long kDefaultBufferSize = 65536;
@@ -157,21 +158,27 @@ public:
         return WriteSlow(static_cast<const unsigned char*>(src), count);
     }
     bool SeekOffset64(unsigned long long offset, int from = LSeekFromCurrent);
-    unsigned long long Tell64() const { return start + cursor; }
+    unsigned long long Tell64() const { return detached ? detachedAt : start + cursor; }
     unsigned long long GetFileSizeBytes64() const;
     // Writes out what is buffered; false if anything ever failed.
     bool Flush();
 
 private:
     bool Started(bool opened);
+    void Attach(unsigned long at);
     unsigned long WriteSlow(const unsigned char* src, unsigned long count);
 
     LWriteFile file;
     std::unique_ptr<unsigned char[]> buffer;
     unsigned long requested = kDefaultBufferSize;
     unsigned long capacity = 0;
-    // What may be written into the buffer: its capacity while open, else 0.
+    // How far the fast path may fill the buffer: its capacity while it takes
+    // writes, else the cursor, which sends every write the slow way. Never
+    // below the cursor.
     unsigned long limit = 0;
+    // The position lies before the buffer, in bytes that have left.
+    bool detached = false;
+    unsigned long long detachedAt = 0;
     // The buffer holds the file's bytes from `start` on, `filled` of them;
     // the position is `cursor` bytes into it.
     unsigned long long start = 0;

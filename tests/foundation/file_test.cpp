@@ -223,6 +223,27 @@ TEST(FileWrite, BufferedWritesAndPatchesGiveTheUnbufferedBytes) {
     }
 }
 
+TEST(FileWrite, AWriteFromWrittenBytesIntoTheBufferLandsInBoth) {
+    kvtest::TempDir dir;
+    const std::string path = dir.File("f");
+    LOutputStreamFile out;
+    out.GetFile().SetBufferSize(16);
+    ASSERT_TRUE(out.Open(path.c_str()));
+    ASSERT_TRUE(out.WriteAll(std::string(20, 'a').data(), 20)); // past the buffer: on file
+    ASSERT_TRUE(out.WriteAll(std::string(10, 'b').data(), 10)); // buffered
+    ASSERT_TRUE(out.SeekOffset64(15, LSeekFromStart));
+    ASSERT_TRUE(out.WriteAll(std::string(10, 'c').data(), 10)); // five each side
+    EXPECT_EQ(out.Tell64(), 25u);
+    ASSERT_TRUE(out.SeekOffset64(2, LSeekFromStart));
+    ASSERT_TRUE(out.WriteUInt8('d'));
+    ASSERT_TRUE(out.SeekOffset64(~0ull, LSeekFromStart));
+    ASSERT_TRUE(out.WriteUInt8('e'));
+    ASSERT_TRUE(out.Close());
+    const Bytes got = Get(path);
+    EXPECT_EQ(std::string(got.begin(), got.end()),
+              "aad" + std::string(12, 'a') + std::string(10, 'c') + std::string(5, 'b') + "e");
+}
+
 TEST(FileWrite, AFailingDiskIsReportedByClose) {
     if (access("/dev/full", W_OK) != 0)
         GTEST_SKIP() << "no /dev/full";
