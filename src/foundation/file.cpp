@@ -288,6 +288,18 @@ bool LWriteFile::OpenTemporary(char* path, unsigned long pathSize, const char* f
     return true;
 }
 
+bool LWriteFile::Sync() {
+    if (!IsOpen() || failed)
+        return false;
+    while (fsync(fd) != 0) {
+        if (errno != EINTR) {
+            failed = true;
+            return false;
+        }
+    }
+    return true;
+}
+
 bool LWriteFile::Close() {
     if (fd < 0)
         return false;

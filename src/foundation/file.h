@@ -109,6 +109,9 @@ public:
     unsigned long long Tell64() const { return position; }
     unsigned long long GetFileSizeBytes64() const { return size; }
     bool Flush() { return IsOpen() && !failed; }
+    // Asks the system to put what was written on the disk; false if it fails
+    // or anything failed before.
+    bool Sync();
 
 private:
     bool OpenWith(const char* path, int flags, unsigned int timeoutMs);
@@ -162,6 +165,8 @@ public:
     unsigned long long GetFileSizeBytes64() const;
     // Writes out what is buffered; false if anything ever failed.
     bool Flush();
+    // Flush, then onto the disk.
+    bool Sync() { return Flush() && file.Sync(); }
 
 private:
     bool Started(bool opened);
@@ -250,6 +255,7 @@ public:
     unsigned long long Tell64() const { return file.Tell64(); }
     unsigned long long GetFileSizeBytes64() const { return file.GetFileSizeBytes64(); }
     bool Flush() { return file.Flush(); }
+    bool Sync() { return file.Sync(); }
     F& GetFile() { return file; }
 
 private:
