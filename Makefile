@@ -1,9 +1,13 @@
-# The two commands a newcomer needs: `make test` and `make bench`.
-# Each one installs the Debian packages that are missing first.
+# The two commands a newcomer needs: `make test` and `make bench`; and
+# `make fuzz` for a while of fuzzing. Each one installs the Debian packages
+# that are missing first.
 
 BUILD_TEST  ?= build/test
 BUILD_BENCH ?= build/bench
 BUILD_TSAN  ?= build/tsan
+BUILD_FUZZ  ?= build/fuzz
+# Seconds of fuzzing per target.
+FUZZ_SECONDS ?= 180
 JOBS        ?= $(shell nproc)
 CMAKE_GEN   := -G Ninja
 CCACHE      := $(shell command -v ccache 2>/dev/null)
@@ -14,7 +18,7 @@ export UBSAN_OPTIONS ?= print_stacktrace=1:halt_on_error=1
 export LSAN_OPTIONS  ?= suppressions=$(CURDIR)/scripts/lsan.supp:print_suppressions=0
 export TSAN_OPTIONS  ?= halt_on_error=1:second_deadlock_stack=1
 
-.PHONY: deps test bench clean
+.PHONY: deps test bench fuzz clean
 
 deps:
 	@scripts/install-deps
@@ -35,6 +39,15 @@ bench: deps
 	cmake -S . -B $(BUILD_BENCH) $(CMAKE_GEN) $(CMAKE_EXTRA) -DCMAKE_BUILD_TYPE=Release -DKV_BUILD_TESTS=OFF -DKV_BUILD_BENCH=ON
 	cmake --build $(BUILD_BENCH) -j $(JOBS)
 	@set -e; for b in $(BUILD_BENCH)/bench/kv_bench_*; do echo "== $$b"; $$b; done
+
+# libFuzzer programs built with clang in their own folder; each runs over its
+# corpus in fuzz/corpus/ and the inputs that reach new code are added to it.
+fuzz:
+	@scripts/install-deps fuzz
+	cmake -S . -B $(BUILD_FUZZ) $(CMAKE_GEN) $(CMAKE_EXTRA) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	    -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DKV_BUILD_TESTS=OFF -DKV_FUZZ=ON
+	cmake --build $(BUILD_FUZZ) -j $(JOBS) --target kv_fuzzers
+	scripts/run-fuzzers $(BUILD_FUZZ) $(FUZZ_SECONDS)
 
 clean:
 	rm -rf build

@@ -149,4 +149,17 @@ public:
                              int) override {
         return LProcessResultOk;
     }
+    LProcessResult DrawText(LProcessInterface&, const char*, unsigned long, bool, bool, bool,
+                            const char*, LAlignmentX, LGuiColorAlpha, KVBox) override {
+        return LProcessResultOk;
+    }
+    LProcessResult DrawTextShadow(LProcessInterface&, const char*, unsigned long, bool, bool, bool,
+                                  const char*, LAlignmentX, KVBox, const KVDropShadow&) override {
+        return LProcessResultOk;
+    }
+    LProcessResult DrawTextBevelEmboss(LProcessInterface&, const char*, unsigned long, bool, bool,
+                                       bool, const char*, LAlignmentX, KVBox,
+                                       const KVBevelEmboss&) override {
+        return LProcessResultOk;
+    }
 };

@@ -12,7 +12,13 @@
 #include "foundation/process.h"
 
 class KVElementWidget;
+class KVImage;
 class KVDrawPath;
+struct KVSDFReadState;
+class LOutputStreamFile;
+class LInputStreamFile;
+template <class S> class LSDFWriter;
+template <class S> class LSDFReaderChunk;
 
 class KVLayer : public LListLink<KVLayer> {
 public:
@@ -24,6 +30,10 @@ public:
     virtual ~KVLayer() = default;
 
     virtual LProcessResult Render(LProcessInterface& process, KVRenderImage& target);
+    // The project file's layer chunk (written and read by the persistence library).
+    LProcessResult WriteSDF(LProcessInterface& process, LSDFWriter<LOutputStreamFile>& writer) const;
+    LProcessResult ReadSDF(KVSDFReadState& state, LSDFReaderChunk<LInputStreamFile>& chunk,
+                           KVImage& image);
 
     // Appends at the end (the top); returns the element's new widget when asked.
     KVElementWidget* AddNewElement(KVElement* element, bool makeWidget);
@@ -103,6 +113,11 @@ public:
     void SetPath(const char* path);
 
     LProcessResult Render(LProcessInterface& process, KVRenderImage& target);
+    LProcessResult WriteSDF(LProcessInterface& process, LSDFWriter<LOutputStreamFile>& writer) const;
+    // Replaces the layers and the scalars by those of the chunk.
+    LProcessResult ReadSDF(KVSDFReadState& state, LSDFReaderChunk<LInputStreamFile>& chunk);
+    // For the file reader, which replaces every layer at once.
+    void RemoveAllLayers() { layers.DeleteAll(); }
 
     bool IsLayer(const KVLayer* layer) const { return layers.Contains(layer); }
     KVLayer* GetFirstLayer() const { return layers.GetFirst(); }
@@ -167,6 +182,8 @@ public:
     void Crop(LBoundingBox2T<float> box);
     void SetBackgroundColor(LGuiColorAlpha colour);
     LProcessResult Render(LProcessInterface& process, KVRenderImage& target);
+    LProcessResult WriteSDF(LProcessInterface& process, LSDFWriter<LOutputStreamFile>& writer) const;
+    LProcessResult ReadSDF(KVSDFReadState& state, LSDFReaderChunk<LInputStreamFile>& chunk);
 
     KVImage* GetCurrentImage() const { return currentImage; }
     // Not checked against the list: a render of an image the project does

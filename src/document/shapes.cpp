@@ -125,22 +125,30 @@ LProcessResult KVBoxShapeElement<P>::Render(LProcessInterface& process, KVRender
     subs.weights[3] = p.innerGlow ? 7 : 0;
     subs.weights[4] = p.outerGlow ? 7 : 0;
 
+    // A target that has no sub-target for a transform or a glow answers null;
+    // the element then draws on the target it has, without that effect.
     KVRenderImage* t = &target;
+    bool rotated = false;
     if (p.rotation != 0.0f)
-        t = t->BeginRotate(p.rotation, p.GetCentre());
+        if (KVRenderImage* child = t->BeginRotate(p.rotation, p.GetCentre())) {
+            t = child;
+            rotated = true;
+        }
     if (p.shadow)
         if (LProcessResult r = DrawShadow(*t, subs.GetSubInterface(0), p))
             return r;
     KVRenderImage* outerParent = nullptr;
-    if (p.outerGlow) {
-        outerParent = t;
-        t = t->BeginOuterGlow(p.outerGlow->colour, p.outerGlow->strength);
-    }
+    if (p.outerGlow)
+        if (KVRenderImage* child = t->BeginOuterGlow(p.outerGlow->colour, p.outerGlow->strength)) {
+            outerParent = t;
+            t = child;
+        }
     KVRenderImage* innerParent = nullptr;
-    if (p.innerGlow) {
-        innerParent = t;
-        t = t->BeginInnerGlow(p.innerGlow->colour, p.innerGlow->strength);
-    }
+    if (p.innerGlow)
+        if (KVRenderImage* child = t->BeginInnerGlow(p.innerGlow->colour, p.innerGlow->strength)) {
+            innerParent = t;
+            t = child;
+        }
     if (LProcessResult r = DrawBody(*t, subs.GetSubInterface(1), p))
         return r;
     if (t->DoesImageUseMetadata())
@@ -152,7 +160,7 @@ LProcessResult KVBoxShapeElement<P>::Render(LProcessInterface& process, KVRender
         innerParent->FinishInnerGlow(subs.GetSubInterface(3));
     if (outerParent)
         outerParent->FinishOuterGlow(subs.GetSubInterface(4));
-    if (p.rotation != 0.0f)
+    if (rotated)
         target.FinishRotate();
     return LProcessResultOk;
 }

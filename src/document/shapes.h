@@ -141,8 +141,8 @@ public:
     void CreatePathCache(KVCachePath* path) const override;
     const char* GetName() const override { return "rectangle"; }
     const char* GetDisplayName() const override { return "Rectangle"; }
-    LProcessResult WriteSDF(LProcessInterface&, LSDFWriter<LOutputStreamFile>&) override;
-    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>&, LSDFReaderChunk<LInputStreamFile>&) override;
+    LProcessResult WriteSDF(LProcessInterface& process, LSDFWriter<LOutputStreamFile>& writer) override;
+    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>& reader, LSDFReaderChunk<LInputStreamFile>& chunk) override;
 
 protected:
     using P = KVRectangleElementProperties;
@@ -161,8 +161,8 @@ public:
     void CreatePathCache(KVCachePath* path) const override;
     const char* GetName() const override { return "ellipse"; }
     const char* GetDisplayName() const override { return "Ellipse"; }
-    LProcessResult WriteSDF(LProcessInterface&, LSDFWriter<LOutputStreamFile>&) override;
-    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>&, LSDFReaderChunk<LInputStreamFile>&) override;
+    LProcessResult WriteSDF(LProcessInterface& process, LSDFWriter<LOutputStreamFile>& writer) override;
+    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>& reader, LSDFReaderChunk<LInputStreamFile>& chunk) override;
 
 protected:
     using P = KVEllipseElementProperties;
@@ -180,8 +180,8 @@ public:
     void CreatePathCache(KVCachePath* path) const override;
     const char* GetName() const override { return "triangle"; }
     const char* GetDisplayName() const override { return "Triangle"; }
-    LProcessResult WriteSDF(LProcessInterface&, LSDFWriter<LOutputStreamFile>&) override;
-    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>&, LSDFReaderChunk<LInputStreamFile>&) override;
+    LProcessResult WriteSDF(LProcessInterface& process, LSDFWriter<LOutputStreamFile>& writer) override;
+    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>& reader, LSDFReaderChunk<LInputStreamFile>& chunk) override;
 
 protected:
     using P = KVTriangleElementProperties;
@@ -200,8 +200,8 @@ public:
     void CreatePathCache(KVCachePath* path) const override;
     const char* GetName() const override { return "polygon"; }
     const char* GetDisplayName() const override { return "Polygon"; }
-    LProcessResult WriteSDF(LProcessInterface&, LSDFWriter<LOutputStreamFile>&) override;
-    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>&, LSDFReaderChunk<LInputStreamFile>&) override;
+    LProcessResult WriteSDF(LProcessInterface& process, LSDFWriter<LOutputStreamFile>& writer) override;
+    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>& reader, LSDFReaderChunk<LInputStreamFile>& chunk) override;
 
 protected:
     using P = KVPolygonElementProperties;
@@ -228,6 +228,6 @@ public:
     void SetPropertiesFromPanel(const KVLineElementProperties& panel, bool addUndo);
     const char* GetName() const override { return "line"; }
     const char* GetDisplayName() const override { return "Line"; }
-    LProcessResult WriteSDF(LProcessInterface&, LSDFWriter<LOutputStreamFile>&) override;
-    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>&, LSDFReaderChunk<LInputStreamFile>&) override;
+    LProcessResult WriteSDF(LProcessInterface& process, LSDFWriter<LOutputStreamFile>& writer) override;
+    LProcessResult ReadSDF(LSDFReader<LInputStreamFile>& reader, LSDFReaderChunk<LInputStreamFile>& chunk) override;
 };

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string>
 
+#include "foundation/list.h"
+
 constexpr std::size_t kLFixedStringSize = 260;
 
 // Copies at most size - 1 bytes and terminates; a null source gives "".
@@ -56,3 +58,10 @@ private:
 };
 
 using LStringLong = LStringLongTemplate<char>;
+
+// A growing string that can stand in a list (the lines of a text).
+class LStringLongListable : public LStringLongTemplate<char>, public LListLink<LStringLongListable> {
+public:
+    LStringLongListable() = default;
+    explicit LStringLongListable(const char* s) : LStringLongTemplate<char>(s) {}
+};

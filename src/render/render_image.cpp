@@ -1,5 +1,7 @@
 #include "render/render_image.h"
 
+#include "foundation/text_layout.h"
+
 namespace {
 struct Triangle {
     KVPoint points[3];
@@ -83,4 +85,77 @@ LProcessInterface& KVSubInterfaceCreator::GetSubInterface(unsigned long slot) {
     const double scale = total > 0.0 ? weight / total : 0.0;
     current.emplace(parent, offset, scale);
     return *current;
+}
+
+LProcessResult KVRenderImage::GetTextHeight(float& height, KVBox box, const char* text,
+                                            const char* face, float size, bool bold, bool italic,
+                                            bool underline, LAlignmentX align) const {
+    return LPaintMeasureTextHeight(height, box, text, face, size, bold, italic, underline, align)
+               ? LProcessResultOk
+               : LProcessResultError;
+}
+
+template <class DrawOne>
+LProcessResult KVRenderImage::DrawLines(LProcessInterface& process,
+                                        const LList<LStringLongListable>& lines,
+                                        unsigned long size, bool bold, bool italic, bool underline,
+                                        const char* face, LAlignmentX align, float lineSpacing,
+                                        KVBox box, DrawOne drawOne) {
+    const unsigned long count = lines.GetCount();
+    if (count == 0)
+        return LProcessResultError;
+    // One line's height: a trailing break adds no line.
+    float height = 0.0f;
+    if (LProcessResult r = GetTextHeight(height, box, "test\n", face, static_cast<float>(size),
+                                         bold, italic, underline, align))
+        return r;
+    unsigned long i = 0;
+    for (const LStringLongListable& line : lines) {
+        LProcessInterfaceSubProcess sub(process, static_cast<double>(i) / count, 1.0 / count);
+        if (LProcessResult r = drawOne(sub, line.Get(), box))
+            return r;
+        box.y1 += lineSpacing * height;
+        if (box.y2 - box.y1 <= 0.0f)
+            break;
+        ++i;
+    }
+    return LProcessResultOk;
+}
+
+LProcessResult KVRenderImage::DrawTextLines(LProcessInterface& process,
+                                            const LList<LStringLongListable>& lines,
+                                            unsigned long size, bool bold, bool italic,
+                                            bool underline, const char* face, LAlignmentX align,
+                                            float lineSpacing, LGuiColorAlpha colour, KVBox box) {
+    return DrawLines(process, lines, size, bold, italic, underline, face, align, lineSpacing, box,
+                     [&](LProcessInterface& sub, const char* text, const KVBox& lineBox) {
+                         return DrawText(sub, text, size, bold, italic, underline, face, align,
+                                         colour, lineBox);
+                     });
+}
+
+LProcessResult KVRenderImage::DrawTextLinesShadow(LProcessInterface& process,
+                                                  const LList<LStringLongListable>& lines,
+                                                  unsigned long size, bool bold, bool italic,
+                                                  bool underline, const char* face,
+                                                  LAlignmentX align, float lineSpacing, KVBox box,
+                                                  const KVDropShadow& shadow) {
+    return DrawLines(process, lines, size, bold, italic, underline, face, align, lineSpacing, box,
+                     [&](LProcessInterface& sub, const char* text, const KVBox& lineBox) {
+                         return DrawTextShadow(sub, text, size, bold, italic, underline, face,
+                                               align, lineBox, shadow);
+                     });
+}
+
+LProcessResult KVRenderImage::DrawTextLinesBevelEmboss(LProcessInterface& process,
+                                                       const LList<LStringLongListable>& lines,
+                                                       unsigned long size, bool bold, bool italic,
+                                                       bool underline, const char* face,
+                                                       LAlignmentX align, float lineSpacing,
+                                                       KVBox box, const KVBevelEmboss& bevel) {
+    return DrawLines(process, lines, size, bold, italic, underline, face, align, lineSpacing, box,
+                     [&](LProcessInterface& sub, const char* text, const KVBox& lineBox) {
+                         return DrawTextBevelEmboss(sub, text, size, bold, italic, underline, face,
+                                                    align, lineBox, bevel);
+                     });
 }

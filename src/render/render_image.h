@@ -18,6 +18,7 @@
 #include "foundation/list.h"
 #include "foundation/process.h"
 #include "foundation/string.h"
+#include "foundation/text_format.h"
 #include "render/render_types.h"
 
 class KVElement;
@@ -222,6 +223,51 @@ public:
 
     virtual LProcessResult DrawImage(LProcessInterface& process, const LImageBuffer& image, int x,
                                      int y, int width, int height) = 0;
+
+    // One line after another, each through the single-line operation below,
+    // `lineSpacing` line heights apart, until the box is used up.
+    virtual LProcessResult DrawTextLines(LProcessInterface& process,
+                                         const LList<LStringLongListable>& lines,
+                                         unsigned long size, bool bold, bool italic,
+                                         bool underline, const char* face, LAlignmentX align,
+                                         float lineSpacing, LGuiColorAlpha colour, KVBox box);
+    virtual LProcessResult DrawTextLinesShadow(LProcessInterface& process,
+                                               const LList<LStringLongListable>& lines,
+                                               unsigned long size, bool bold, bool italic,
+                                               bool underline, const char* face, LAlignmentX align,
+                                               float lineSpacing, KVBox box,
+                                               const KVDropShadow& shadow);
+    virtual LProcessResult DrawTextLinesBevelEmboss(LProcessInterface& process,
+                                                    const LList<LStringLongListable>& lines,
+                                                    unsigned long size, bool bold, bool italic,
+                                                    bool underline, const char* face,
+                                                    LAlignmentX align, float lineSpacing, KVBox box,
+                                                    const KVBevelEmboss& bevel);
+    virtual LProcessResult DrawText(LProcessInterface& process, const char* text,
+                                    unsigned long size, bool bold, bool italic, bool underline,
+                                    const char* face, LAlignmentX align, LGuiColorAlpha colour,
+                                    KVBox box) = 0;
+    virtual LProcessResult DrawTextShadow(LProcessInterface& process, const char* text,
+                                          unsigned long size, bool bold, bool italic,
+                                          bool underline, const char* face, LAlignmentX align,
+                                          KVBox box, const KVDropShadow& shadow) = 0;
+    virtual LProcessResult DrawTextBevelEmboss(LProcessInterface& process, const char* text,
+                                               unsigned long size, bool bold, bool italic,
+                                               bool underline, const char* face, LAlignmentX align,
+                                               KVBox box, const KVBevelEmboss& bevel) = 0;
+
+    // The height of `text` laid out in the box, measured on a scratch picture
+    // so that any target can ask; 2 when no scratch surface could be made.
+    LProcessResult GetTextHeight(float& height, KVBox box, const char* text, const char* face,
+                                 float size, bool bold, bool italic, bool underline,
+                                 LAlignmentX align) const;
+
+private:
+    template <class DrawOne>
+    LProcessResult DrawLines(LProcessInterface& process, const LList<LStringLongListable>& lines,
+                             unsigned long size, bool bold, bool italic, bool underline,
+                             const char* face, LAlignmentX align, float lineSpacing, KVBox box,
+                             DrawOne drawOne);
 };
 
 // A shape's progress is split into weighted slots (shadow, body, bevel, inner

@@ -451,3 +451,24 @@ TEST(ShapeErasing, StrokesFollowMovesScalesAndTurns) {
 }
 
 } // namespace
+
+namespace {
+
+// A target without glow layers (the base's answer) still gets the body drawn.
+struct NoGlowTarget : RecordingTarget {
+    KVRenderImage* BeginInnerGlow(LGuiColorAlpha, float) override { return nullptr; }
+    KVRenderImage* BeginOuterGlow(LGuiColorAlpha, float) override { return nullptr; }
+};
+
+TEST(ShapeDrive, ATargetWithoutGlowLayersDrawsTheBodyWithoutThem) {
+    KVRectangleElementProperties p = Rect(0, 0, 10, 10);
+    p.SetInnerGlow(KVGlow());
+    p.SetOuterGlow(KVGlow());
+    KVRectangleElement e(p);
+    NoGlowTarget t;
+    LProcessInterfaceVoid v;
+    EXPECT_EQ(e.Render(v, t), LProcessResultOk);
+    EXPECT_EQ(t.Calls(), (std::vector<std::string>{"t0 DrawRect"}));
+}
+
+} // namespace

@@ -82,3 +82,76 @@ TEST(RenderResults, ProcessRendersTheProjectIntoItsTarget) {
 }
 
 } // namespace
+
+namespace {
+
+struct TextLinesTest : testing::Test {
+    LList<LStringLongListable> lines;
+    RecordingTarget t;
+    ProgressLog log;
+
+    void Add(const char* text) { lines.PushBack(new LStringLongListable(text)); }
+    LProcessResult Draw(KVBox box, float spacing = 1.0f) {
+        return t.DrawTextLines(log, lines, 20, false, false, false, "DejaVu Sans", LAlignmentXLeft,
+                               spacing, LGuiColorAlpha(0, 0, 0, 255), box);
+    }
+};
+
+TEST_F(TextLinesTest, AnEmptyListFails) {
+    EXPECT_EQ(Draw({0, 0, 100, 100}), LProcessResultError);
+    EXPECT_TRUE(t.Calls().empty());
+}
+
+TEST_F(TextLinesTest, LinesGoDownByTheSpacingTimesOneLineHeight) {
+    Add("one");
+    Add("two");
+    Add("three");
+    float height = 0;
+    ASSERT_EQ(t.GetTextHeight(height, {0, 0, 100, 1000}, "test\n", "DejaVu Sans", 20, false, false,
+                              false, LAlignmentXLeft),
+              LProcessResultOk);
+    float single = 0;
+    t.GetTextHeight(single, {0, 0, 100, 1000}, "test", "DejaVu Sans", 20, false, false, false,
+                    LAlignmentXLeft);
+    EXPECT_GT(height, 15.0f);
+    EXPECT_FLOAT_EQ(height, single); // a trailing break adds no line
+
+    t.reportProgress = true;
+    EXPECT_EQ(Draw({0, 100, 100, 1000}, 2.0f), LProcessResultOk);
+    const int step = static_cast<int>(2 * height);
+    EXPECT_EQ(t.CallsOf(0),
+              (std::vector<std::string>{"DrawText one @100",
+                                        "DrawText two @" + std::to_string(100 + step),
+                                        "DrawText three @" + std::to_string(static_cast<int>(
+                                                                 100 + 2 * (2 * height)))}));
+    EXPECT_EQ(log.values.size(), 3u);
+    EXPECT_NEAR(log.values[0], 1.0 / 3, 1e-9);
+    EXPECT_NEAR(log.values[2], 1.0, 1e-9);
+}
+
+TEST_F(TextLinesTest, ABoxWithNoHeightStopsAfterTheFirstLine) {
+    Add("one");
+    Add("two");
+    EXPECT_EQ(Draw({0, 50, 100, 50}), LProcessResultOk);
+    EXPECT_EQ(t.CallsOf(0), (std::vector<std::string>{"DrawText one @50"}));
+}
+
+TEST_F(TextLinesTest, AFailingLineEndsTheLoopAndTheCompanionsUseTheirOwnOperation) {
+    Add("one");
+    Add("two");
+    t.drawResult = LProcessResultStopped;
+    EXPECT_EQ(Draw({0, 0, 100, 500}), LProcessResultStopped);
+    EXPECT_EQ(t.CallsOf(0).size(), 1u);
+
+    t.drawResult = LProcessResultOk;
+    t.Calls().clear();
+    t.DrawTextLinesShadow(log, lines, 12, true, false, false, "DejaVu Sans", LAlignmentXCentre,
+                          1.0f, {0, 0, 100, 500}, KVDropShadow());
+    t.DrawTextLinesBevelEmboss(log, lines, 12, false, true, false, "DejaVu Sans",
+                               LAlignmentXRight, 1.0f, {0, 0, 100, 500}, KVBevelEmboss());
+    EXPECT_EQ(t.CallsOf(0),
+              (std::vector<std::string>{"DrawTextShadow one", "DrawTextShadow two",
+                                        "DrawTextBevelEmboss one", "DrawTextBevelEmboss two"}));
+}
+
+} // namespace

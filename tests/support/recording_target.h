@@ -184,6 +184,21 @@ public:
         return Draw(p, "DrawImage");
     }
 
+    LProcessResult DrawText(LProcessInterface& p, const char* text, unsigned long, bool, bool,
+                            bool, const char*, LAlignmentX, LGuiColorAlpha, KVBox box) override {
+        return Draw(p, std::string("DrawText ") + text + " @" + std::to_string(static_cast<int>(box.y1)));
+    }
+    LProcessResult DrawTextShadow(LProcessInterface& p, const char* text, unsigned long, bool,
+                                  bool, bool, const char*, LAlignmentX, KVBox,
+                                  const KVDropShadow&) override {
+        return Draw(p, std::string("DrawTextShadow ") + text);
+    }
+    LProcessResult DrawTextBevelEmboss(LProcessInterface& p, const char* text, unsigned long, bool,
+                                       bool, bool, const char*, LAlignmentX, KVBox,
+                                       const KVBevelEmboss&) override {
+        return Draw(p, std::string("DrawTextBevelEmboss ") + text);
+    }
+
     // Anything an element draws with; tests may also call it directly.
     LProcessResult Draw(const std::string& what);
     LProcessResult Draw(LProcessInterface& p, const std::string& what);

@@ -1,0 +1,292 @@
+#!/usr/bin/env python3
+"""Writes the seed corpus of every fuzz target into fuzz/corpus/<target>/.
+
+Run it again after changing it; files that the fuzzer added (named by their
+hash) are left alone. The seeds are small on purpose: valid files, files cut
+at every kind of place, wrong magics and versions, and sizes that no file of
+this size can satisfy.
+"""
+
+import os
+import struct
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+
+
+def chunk(cid, ctype, data=b""):
+    return struct.pack("<HHQ", cid, ctype, len(data)) + data
+
+
+def node(cid, *children):
+    return chunk(cid, 0, b"".join(children))
+
+
+def i32(cid, v):
+    return chunk(cid, 2, struct.pack("<i", v))
+
+
+def f32(cid, v):
+    return chunk(cid, 4, struct.pack("<f", v))
+
+
+def f64(cid, v):
+    return chunk(cid, 4, struct.pack("<d", v))
+
+
+def boolean(cid, v):
+    return chunk(cid, 1, bytes([1 if v else 0]))
+
+
+def text(cid, s):
+    return chunk(cid, 6, s.encode("utf-8") + b"\0")
+
+
+def blob(cid, b):
+    return chunk(cid, 7, b)
+
+
+def header(format_id=21, version=0, magic=b"lsdf", container_version=1):
+    return magic + struct.pack("<HIH", container_version, format_id, version)
+
+
+def sdf(*children, format_id=21, version=0):
+    return header(format_id, version) + node(0, *children) + b"lsdf"
+
+
+# ---- the pieces of a project ----
+
+def colour(r, g, b, a=None, cid=5):
+    parts = [i32(1004, r), i32(1005, g), i32(1006, b)]
+    if a is not None:
+        parts.append(i32(1007, a))
+    return node(cid, *parts)
+
+
+def point(x, y, cid=9):
+    return node(cid, f32(1010, x), f32(1011, y))
+
+
+def bounds(x1, y1, x2, y2):
+    return node(6, f32(2002, x1), f32(2003, y1), f32(2004, x2), f32(2005, y2))
+
+
+def erasers(*strokes):
+    return node(19, *strokes)
+
+
+def stroke():
+    matrix = struct.pack("<16f", *[1 if i % 5 == 0 else 0 for i in range(16)])
+    return node(20, blob(1015, matrix), f32(1008, 4.0), i32(1012, 2), colour(0, 0, 0, 255),
+                node(12, i32(1000, 100), i32(1001, 80), point(1, 2), point(3, 4)))
+
+
+def gradient(radial):
+    parts = [boolean(2007, radial), i32(2010, 2), point(0, 0)]
+    if radial:
+        parts += [f32(2008, 0.2), f32(2009, 0.7)]
+    else:
+        parts.append(point(10, 10))
+    parts.append(node(10, colour(255, 0, 0, 255), f32(2011, 0), colour(0, 0, 255, 128),
+                      f32(2011, 1)))
+    return node(8, *parts)
+
+
+def effects():
+    return [node(11, i32(2014, 4), i32(1010, 5), i32(1011, 5), i32(1012, 5)),
+            node(15, i32(2024, 2)),
+            node(17, f32(1014, 0.5), colour(255, 255, 0, 200)),
+            node(18, f32(1014, 0.8), colour(0, 255, 255, 100))]
+
+
+def rectangle():
+    return node(4, text(2006, "rectangle"), colour(10, 20, 30, 255), f32(1008, 2.0),
+                bounds(1, 2, 30, 40), f32(1013, 15.0), erasers(stroke()), gradient(False),
+                *effects())
+
+
+def polygon():
+    return node(4, text(2006, "polygon"), colour(1, 2, 3, 255), f32(1008, 1.0),
+                bounds(0, 0, 10, 10), f32(1013, 0.0), i32(2012, 6), erasers(),
+                colour(9, 9, 9, 255, cid=7))
+
+
+def line():
+    return node(4, text(2006, "line"), colour(0, 0, 0, 128), f32(1008, 3.0), i32(2034, 1),
+                i32(2035, 0), i32(2036, 2), point(0, 0), point(50, 60))
+
+
+def pen():
+    coords = node(16, *[point(i, i * 2) for i in range(6)])
+    coefficients = node(14, *[node(9, f64(1010, i / 3.0), f64(1011, i / 7.0)) for i in range(4)])
+    path = node(2023, f32(2026, 0.5), erasers(),
+                node(12, i32(1000, 640), i32(1001, 480), coords), coefficients)
+    return node(4, text(2006, "pen"), path, i32(2021, 1), f32(1008, 5.0), i32(2037, 0),
+                colour(50, 60, 70, 255), gradient(True), effects()[0])
+
+
+def text_element():
+    return node(4, text(2006, "text"), boolean(2016, True), boolean(2018, False),
+                boolean(2017, True), i32(2019, 24), text(2015, "Héllo\nworld"),
+                text(2025, "Sans"), i32(2027, 1), f32(2028, 1.2), bounds(0, 0, 100, 30),
+                f32(1013, 0), f32(2029, 1), f32(2030, 1), colour(0, 0, 0, 255))
+
+
+def richtext():
+    segment = node(2038, boolean(2016, False), boolean(2018, True), boolean(2017, False),
+                   i32(2019, 12), text(2025, "Serif"), colour(1, 2, 3), bounds(0, 0, 5, 5),
+                   text(2015, "rich"))
+    return node(4, text(2006, "richtext"), i32(2027, 0), f32(2028, 1.0), bounds(0, 0, 50, 20),
+                f32(1013, 0), f32(2029, 1), f32(2030, 1), segment, segment)
+
+
+def image_element():
+    png = b"\x89PNG\r\n\x1a\n" + bytes(range(40))
+    simple = node(4, colour(0, 0, 0, 255), i32(1000, 10), i32(1001, 10),
+                  node(13, point(1, 1), point(2, 2)))
+    return node(4, text(2006, "image"), blob(2022, png), i32(1010, 0), i32(1011, 0),
+                i32(1000, 10), i32(1001, 10), f32(1013, 0), boolean(2033, True), i32(2032, 128),
+                erasers(), node(2031, simple), bounds(0, 0, 10, 10))
+
+
+def layer(name, *elements):
+    return node(3, boolean(2000, True), text(1003, name), *elements)
+
+
+def project():
+    image = node(2, i32(1000, 1024), i32(1001, 768), i32(1002, 72), text(1003, "Drawing"),
+                 i32(2039, 3), colour(255, 255, 255, 255),
+                 layer("Background", rectangle(), polygon(), line()),
+                 layer("Strokes", pen(), text_element(), richtext(), image_element()))
+    return node(1, image)
+
+
+def with_unknowns():
+    """Unknown ids at several levels, containers among them."""
+    unknown = node(777, i32(1, 5), node(778, text(2, "deep")), blob(3, b"xyz"))
+    image = node(2, i32(1000, 10), unknown, i32(1001, 10), chunk(4242, 9, b"odd type"),
+                 layer("L", node(4, text(2006, "rectangle"), unknown, bounds(0, 0, 1, 1))))
+    return sdf(unknown, node(1, unknown, image), unknown)
+
+
+def write(target, name, data):
+    folder = os.path.join(HERE, "corpus", target)
+    os.makedirs(folder, exist_ok=True)
+    with open(os.path.join(folder, name), "wb") as f:
+        f.write(data)
+
+
+def reader_corpus():
+    t = "sdf_reader"
+    whole = sdf(project())
+    write(t, "empty.kvp", sdf())
+    write(t, "project.kvp", whole)
+    write(t, "unknown-ids.kvp", with_unknowns())
+    write(t, "clipboard-elements.kvp", sdf(node(2, rectangle(), pen())))
+    write(t, "clipboard-effects.kvp", sdf(node(21, gradient(False), *effects())))
+    write(t, "format-version-7.kvp", sdf(project(), version=7))
+
+    # Cut inside the file header, the root header, a chunk header, a chunk's
+    # data, and just before the trailer.
+    for at in (5, 18, 24 + 12 + 12 + 5, len(whole) // 2, len(whole) - 4, len(whole) - 1):
+        write(t, "cut-at-%d.kvp" % at, whole[:at])
+
+    root = node(0)
+    write(t, "bad-magic-reversed.kvp", header(magic=b"fdsl") + root + b"lsdf")
+    write(t, "bad-container-version.kvp", header(container_version=2) + root + b"lsdf")
+    write(t, "bad-format-id.kvp", sdf(format_id=22))
+    write(t, "bad-root-id.kvp", header() + node(1) + b"lsdf")
+    write(t, "bad-trailer.kvp", header() + root + b"fdsl")
+    write(t, "extra-after-root.kvp", header() + root + b"\0lsdf")
+
+    def raw(cid, ctype, size, payload=b""):
+        return struct.pack("<HHQ", cid, ctype, size) + payload
+
+    huge = [
+        ("huge-string", raw(1, 0, 2**64 - 1, raw(2, 0, 60, node(3, layer("x")) +
+                                                  raw(1003, 6, 2**40, b"abc")))),
+        ("huge-blob", node(1, node(2, node(3, raw(4, 0, 2**63, raw(2022, 7, 2**63 + 5, b"x")))))),
+        ("huge-blob-upper-bits", node(1, node(2, node(3, node(4, raw(2022, 7, 2**32 + 3,
+                                                                      b"abc")))))),
+        ("huge-unknown", raw(99, 7, 2**64 - 1, b"data") + node(1)),
+        ("huge-root", None),
+        ("negative-looking-size", node(1, raw(2, 0, 2**63, i32(1000, 5)))),
+    ]
+    for name, body in huge:
+        if body is None:
+            data = header() + raw(0, 0, 2**64 - 12, node(1)) + b"lsdf"
+        else:
+            data = header() + node(0, body) + b"lsdf"
+        write(t, name + ".kvp", data)
+
+    long_name = node(4, chunk(2006, 6, b"r" * 300 + b"\0"), chunk(2025, 6, b"no terminator"))
+    write(t, "long-fields.kvp", sdf(node(1, node(2, layer("x", long_name)))))
+    # Scalars of the wrong width put the walk on a false header.
+    write(t, "wrong-widths.kvp", sdf(node(1, node(2, chunk(1000, 2, b"\1\2"), i32(1001, 3),
+                                                   chunk(1003, 6, b"")))))
+
+
+def stream_corpus():
+    t = "stream_reader"
+
+    def seed(length, ops, fill=b"\x01\x23\x45\x67\x89\xab\xcd\xef"):
+        script = b"".join(struct.pack("<BH", op, arg) for op, arg in ops)
+        assert len(ops) < 256
+        return struct.pack("<HB", length, len(ops)) + script + fill
+
+    read, peek, seek, seek_start, typed, remaining = range(6)
+    write(t, "small-reads.bin", seed(20000, [(read, 1), (read, 2)] +
+                                     [(typed, i) for i in range(12)] + [(remaining, 0)]))
+    write(t, "across-the-buffer.bin", seed(30000, [(read, 0x8000 | 8190), (typed, 3), (typed, 10),
+                                                   (read, 255), (read, 257), (read, 0x8000 | 300),
+                                                   (peek, 0x8000 | 9000), (read, 5),
+                                                   (seek, 1000), (read, 12), (remaining, 0)]))
+    write(t, "seeks.bin", seed(17000, [(seek_start, 4000), (read, 4), (seek, 100), (peek, 100),
+                                       (seek_start, 1), (read, 1), (seek, 0xFFFF), (read, 4),
+                                       (seek_start, 2), (typed, 5)]))
+    write(t, "at-the-end.bin", seed(10, [(read, 9), (typed, 1), (read, 1), (read, 1),
+                                         (seek_start, 0), (typed, 7), (remaining, 0)]))
+    write(t, "empty.bin", seed(0, [(read, 4), (peek, 4), (seek, 4), (typed, 0), (remaining, 0)]))
+
+
+def writer_corpus():
+    t = "sdf_writer"
+
+    def ops(buffer, *steps):
+        return bytes([buffer]) + b"".join(steps)
+
+    def start(cid):
+        return struct.pack("<BH", 0, cid)
+
+    def end():
+        return struct.pack("<BH", 1, 0)
+
+    def wint(cid, v):
+        return struct.pack("<BHI", 2, cid, v & 0xFFFFFFFF)
+
+    def wbool(cid, v):
+        return struct.pack("<BHB", 3, cid, v)
+
+    def wfloat(cid, v):
+        return struct.pack("<BHf", 4, cid, v)
+
+    def wstring(cid, n):
+        return struct.pack("<BHH", 5, cid, n)
+
+    def wblob(cid, n5):
+        return struct.pack("<BHH", 6, cid, n5)
+
+    write(t, "every-type.bin", ops(3, start(1), start(2), wint(1000, -5), wbool(2000, 1),
+                                   wfloat(1008, 1.5), wstring(1003, 12), wblob(2022, 3), end(),
+                                   start(3), end(), end()))
+    write(t, "small-buffer-large-blob.bin", ops(0, start(1), wblob(2022, 30000), start(2),
+                                                wint(1, 1), wblob(7, 20), end(), end()))
+    write(t, "deep.bin", ops(1, *([start(i) for i in range(30)] + [wint(5, 5)] +
+                                  [end() for _ in range(10)] + [wstring(6, 1999)])))
+    write(t, "many-small.bin", ops(2, start(1), *[wfloat(1010 + i % 2, i) for i in range(200)]))
+    write(t, "empty.bin", ops(3))
+
+
+if __name__ == "__main__":
+    reader_corpus()
+    stream_corpus()
+    writer_corpus()

@@ -1,0 +1,95 @@
+// Writes the seed corpus of the project loader: real saved projects, and
+// damaged copies of them (cut, bytes flipped, sizes made huge).
+//   kv_make_project_corpus <folder>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "document/shapes.h"
+#include "persistence/project_file.h"
+
+namespace {
+
+std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void WriteAll(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+void AddShapes(KVImage& image, KVLayer* layer, bool effects) {
+    KVRectangleElementProperties r;
+    r.SetRectangle({10, 10, 60, 40});
+    r.SetRotationDegrees(20);
+    r.SetFill(LGuiColorAlpha(10, 200, 30, 255));
+    r.AddEraserStroke(KVEraserStroke(KVDrawPath(100, 100, nullptr), 5, 20, {}));
+    if (effects) {
+        r.SetShadow(KVDropShadow());
+        r.SetBevelEmboss(KVBevelEmboss());
+        r.SetInnerGlow(KVGlow());
+        r.SetOuterGlow(KVGlow());
+    }
+    image.AddNewElement(new KVRectangleElement(r), layer, false, false);
+    KVEllipseElementProperties e;
+    e.SetBounds({0, 0, 30, 20});
+    KVGradient g({0.5f, 0.5f}, {1, 1}, LGuiColorAlpha(255, 0, 0, 255), LGuiColorAlpha(0, 0, 0, 0));
+    g.radial = effects;
+    g.AddStop(0.3f, LGuiColorAlpha(0, 0, 255, 255));
+    e.SetGradient(g);
+    image.AddNewElement(new KVEllipseElement(e), layer, false, false);
+    KVPolygonElementProperties p;
+    p.sides = 6;
+    p.SetBounds({5, 5, 25, 25});
+    image.AddNewElement(new KVPolygonElement(p), layer, false, false);
+    KVTriangleElementProperties t;
+    t.corner = 2;
+    t.SetBounds({1, 1, 9, 9});
+    image.AddNewElement(new KVTriangleElement(t), layer, false, false);
+    KVLineElementProperties l;
+    l.end = {50, 50};
+    image.AddNewElement(new KVLineElement(l), layer, false, false);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: kv_make_project_corpus <folder>\n");
+        return 2;
+    }
+    const std::string folder = argv[1];
+    LProcessInterfaceVoid process;
+    for (int variant = 0; variant < 2; ++variant) {
+        KVProject project("seed");
+        auto* image = new KVImage("seed", 200, 100, 72, LPixelColour(255, 255, 255, 255));
+        KVLayer* layer = project.AddNewImage(image);
+        AddShapes(*image, layer, variant == 1);
+        if (variant == 1) {
+            auto* hidden = new KVLayer("hidden");
+            image->AddNewLayer(hidden, false);
+            image->UpdateLayerVisibility(hidden, false);
+            AddShapes(*image, hidden, false);
+        }
+        const std::string name = folder + "/project-" + std::to_string(variant) + ".kvp";
+        if (KVProjectFileSave(process, project, name.c_str()) != LProcessResultOk)
+            return 1;
+        const std::string bytes = ReadAll(name);
+        WriteAll(folder + "/cut-half-" + std::to_string(variant), bytes.substr(0, bytes.size() / 2));
+        WriteAll(folder + "/cut-trailer-" + std::to_string(variant),
+                 bytes.substr(0, bytes.size() - 1));
+        std::string flipped = bytes;
+        for (size_t i = 40; i < flipped.size(); i += 97)
+            flipped[i] = static_cast<char>(flipped[i] ^ 0x5A);
+        WriteAll(folder + "/flipped-" + std::to_string(variant), flipped);
+        std::string huge = bytes;
+        // The first chunk size behind the header: claim far more than there is.
+        for (size_t i = 16; i < 24 && i < huge.size(); ++i)
+            huge[i] = static_cast<char>(0x7F);
+        WriteAll(folder + "/huge-size-" + std::to_string(variant), huge);
+    }
+    return 0;
+}

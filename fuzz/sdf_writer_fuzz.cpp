@@ -1,0 +1,183 @@
+// The chunk writer driven by a script, into memory, into the program's
+// buffered file (with a buffer size the input picks) and into a plain file.
+// The three must hold the same bytes, and reading them back must give the
+// tree that was written.
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "fuzz_support.h"
+#include "persistence/sdf.h"
+
+namespace {
+
+constexpr int kMaxDepth = 24;
+
+// What was written, and what was read back, as one flat record.
+struct Event {
+    char what; // '(' a container opens, ')' it closes, 's' a scalar
+    unsigned short id;
+    unsigned short type;
+    std::vector<unsigned char> data;
+    bool operator==(const Event& o) const {
+        return what == o.what && id == o.id && type == o.type && data == o.data;
+    }
+};
+
+const std::string& Filler() {
+    static const std::string text = [] {
+        std::string t(300000, 'a');
+        for (std::size_t i = 0; i < t.size(); ++i)
+            t[i] = static_cast<char>('a' + (i * 7 + i / 26) % 26);
+        return t;
+    }();
+    return text;
+}
+
+template <class S> std::vector<Event> Run(S& stream, const std::uint8_t* data, std::size_t size) {
+    std::vector<Event> log;
+    LSDFWriter<S> w;
+    if (!w.Open(stream, 21, 0))
+        kvfuzz::Fail("the writer cannot open its stream");
+    std::vector<unsigned short> open;
+    std::size_t blobBudget = 500000;
+    kvfuzz::Script script(data, size);
+    auto scalar = [&](unsigned short id, unsigned short type, const void* p, std::size_t n) {
+        const auto* b = static_cast<const unsigned char*>(p);
+        log.push_back({'s', id, type, std::vector<unsigned char>(b, b + n)});
+    };
+    while (!script.AtEnd()) {
+        const std::uint8_t op = script.U8();
+        const unsigned short id = script.U16();
+        switch (op % 7) {
+        case 0:
+            if (open.size() < kMaxDepth) {
+                w.StartContainer(id);
+                open.push_back(id);
+                log.push_back({'(', id, 0, {}});
+            }
+            break;
+        case 1:
+            if (!open.empty()) {
+                w.EndContainer(open.back());
+                open.pop_back();
+                log.push_back({')', 0, 0, {}});
+            }
+            break;
+        case 2: {
+            const std::uint32_t v = script.U32();
+            w.WriteInt(id, static_cast<int>(v));
+            unsigned char b[4];
+            LPutUInt32LE(b, v);
+            scalar(id, LSDFChunkInt, b, 4);
+            break;
+        }
+        case 3: {
+            const bool v = script.U8() & 1;
+            w.WriteBool(id, v);
+            const unsigned char b = v;
+            scalar(id, LSDFChunkBool, &b, 1);
+            break;
+        }
+        case 4: {
+            const std::uint32_t bits = script.U32();
+            float v;
+            std::memcpy(&v, &bits, 4);
+            w.WriteFloat(id, v);
+            unsigned char b[4];
+            LPutUInt32LE(b, bits);
+            scalar(id, LSDFChunkFloat, b, 4);
+            break;
+        }
+        case 5: {
+            const std::string s = Filler().substr(0, script.U16() % 2000);
+            w.WriteString(id, s.c_str());
+            scalar(id, LSDFChunkString, s.c_str(), s.size() + 1);
+            break;
+        }
+        default: {
+            // Large enough to pass any buffer, bounded so that an input stays quick.
+            std::size_t n = (script.U16() * 5u) % Filler().size();
+            n = n < blobBudget ? n : blobBudget;
+            blobBudget -= n;
+            w.WriteBlob(id, Filler().data(), n);
+            scalar(id, LSDFChunkBlob, Filler().data(), n);
+            break;
+        }
+        }
+        if (!w.IsOk())
+            kvfuzz::Fail("a write failed");
+    }
+    while (!open.empty()) {
+        w.EndContainer(open.back());
+        open.pop_back();
+        log.push_back({')', 0, 0, {}});
+    }
+    if (!w.Close())
+        kvfuzz::Fail("the writer could not close");
+    return log;
+}
+
+template <class S>
+void ReadBack(LSDFReader<S>& r, const LSDFChunkInfo<S>& parent, std::vector<Event>& log, int depth) {
+    for (LSDFReaderChunkIterator<S> it(r, parent); it.IsValid() && r.IsOk(); it.Next()) {
+        LSDFReaderChunk<S>& c = it.Get();
+        if (c.IsContainer() && depth < kMaxDepth) {
+            log.push_back({'(', c.id, 0, {}});
+            ReadBack(r, c, log, depth + 1);
+            log.push_back({')', 0, 0, {}});
+        } else {
+            LSizedArray<unsigned char> bytes;
+            c.ReadData(bytes);
+            log.push_back({'s', c.id, c.type, std::vector<unsigned char>(bytes.begin(), bytes.end())});
+        }
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size < 1)
+        return 0;
+    static const unsigned long kBuffers[] = {16, 100, 4096, LWriteFileBuffered::kDefaultBufferSize};
+    const unsigned long bufferSize = kBuffers[data[0] % 4];
+    ++data;
+    --size;
+
+    LSizedArray<unsigned char> memory;
+    LOutputStreamByteArray toMemory(memory);
+    toMemory.Open();
+    const std::vector<Event> written = Run(toMemory, data, size);
+
+    static kvfuzz::MemoryFile bufferedFile, plainFile;
+    if (bufferedFile.IsUsable() && plainFile.IsUsable()) {
+        LOutputStreamFile buffered;
+        buffered.GetFile().SetBufferSize(bufferSize);
+        LOutputStreamFileUnbuffered plain;
+        if (!buffered.Open(bufferedFile.Path()) || !plain.Open(plainFile.Path()))
+            kvfuzz::Fail("the output files cannot be opened");
+        Run(buffered, data, size);
+        Run(plain, data, size);
+        if (!buffered.Close() || !plain.Close())
+            kvfuzz::Fail("the output files cannot be closed");
+        const std::vector<unsigned char> expected(memory.begin(), memory.end());
+        if (bufferedFile.Get() != expected)
+            kvfuzz::Fail("the buffered file differs from memory");
+        if (plainFile.Get() != expected)
+            kvfuzz::Fail("the plain file differs from memory");
+    }
+
+    LInputStreamBuffer in(memory.Data(), memory.GetSize());
+    LSDFReader<LInputStreamBuffer> reader;
+    if (!reader.Open(in, 21))
+        kvfuzz::Fail("what was written cannot be opened");
+    std::vector<Event> read;
+    ReadBack(reader, reader.GetRootChunk(), read, 0);
+    if (!reader.IsOk() || !reader.Close())
+        kvfuzz::Fail("what was written does not read back cleanly");
+    if (read != written)
+        kvfuzz::Fail("what was read back differs from what was written");
+    return 0;
+}

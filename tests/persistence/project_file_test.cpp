@@ -1,0 +1,349 @@
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <sys/resource.h>
+#include <vector>
+
+#include "document/shapes.h"
+#include "persistence/project_file.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+std::string ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+struct Messages : LProcessInterfaceVoid {
+    void SetError(const char* m) override { errors.push_back(m); }
+    bool IsToStop() override { return stopAfter >= 0 && ++asked > stopAfter; }
+    std::vector<std::string> errors;
+    int stopAfter = -1;
+    int asked = 0;
+};
+
+template <class E> E* ElementAt(KVProject& p, unsigned long i) {
+    KVLayer* layer = p.GetCurrentImage()->GetFirstLayer();
+    LListIterator<KVElement> it = layer->GetElements();
+    for (; i > 0 && it; --i)
+        ++it;
+    return dynamic_cast<E*>(it.Get());
+}
+
+// A project of every shape kind, with fills, a linear gradient and effects:
+// nothing in it changes on a load.
+KVProject* MakeSteadyProject() {
+    auto* project = new KVProject("steady");
+    auto* image = new KVImage("picture", 640, 480, 96, LPixelColour(250, 240, 230, 255));
+    KVLayer* base = project->AddNewImage(image);
+    image->TakeNextLayerNumber();
+    image->TakeNextLayerNumber();
+
+    KVRectangleElementProperties r;
+    r.SetRectangle({10, 20, 110, 70});
+    r.lineWidth = 3;
+    r.lineColour = LGuiColorAlpha(200, 10, 10, 128);
+    r.SetFill(LGuiColorAlpha(1, 2, 3, 4));
+    r.SetRotationDegrees(12.5f);
+    KVDropShadow shadow;
+    shadow.size = 3;
+    shadow.softness = 9;
+    r.SetShadow(shadow);
+    image->AddNewElement(new KVRectangleElement(r), base, false, false);
+
+    KVEllipseElementProperties e;
+    e.SetBounds({0, 0, 50, 30});
+    KVGradient g({0.1f, 0.2f}, {0.9f, 0.8f}, LGuiColorAlpha(255, 0, 0, 255),
+                 LGuiColorAlpha(0, 0, 255, 200));
+    g.AddStop(0.5f, LGuiColorAlpha(0, 255, 0, 255));
+    e.SetGradient(g);
+    KVGlow glow;
+    glow.strength = 3.5f;
+    e.SetInnerGlow(glow);
+    e.SetOuterGlow(KVGlow());
+    e.SetBevelEmboss(KVBevelEmboss{4});
+    image->AddNewElement(new KVEllipseElement(e), base, false, false);
+
+    auto* upper = new KVLayer("upper");
+    image->AddNewLayer(upper, false);
+    image->UpdateLayerVisibility(upper, false);
+    KVTriangleElementProperties t;
+    t.corner = 3;
+    t.SetBounds({5, 5, 15, 25});
+    image->AddNewElement(new KVTriangleElement(t), upper, false, false);
+    KVPolygonElementProperties pg;
+    pg.sides = 7;
+    pg.SetBounds({100, 100, 200, 160});
+    image->AddNewElement(new KVPolygonElement(pg), upper, false, false);
+    KVLineElementProperties l;
+    l.start = {1, 2};
+    l.end = {30, 40};
+    l.lineWidth = 5;
+    l.startCap = KVLineCapRound;
+    l.endCap = KVLineCapDiamond;
+    l.dashStyle = 2;
+    image->AddNewElement(new KVLineElement(l), upper, false, false);
+    return project;
+}
+
+struct ProjectFileTest : testing::Test {
+    kvtest::TempDir dir;
+    Messages process;
+
+    std::string Save(const KVProject& p, const char* name) {
+        const std::string path = dir.File(name);
+        EXPECT_EQ(KVProjectFileSave(process, p, path.c_str()), LProcessResultOk)
+            << (process.errors.empty() ? "" : process.errors.back());
+        return path;
+    }
+    std::unique_ptr<KVProject> Load(const std::string& path,
+                                    LProcessResult expected = LProcessResultOk) {
+        auto project = std::make_unique<KVProject>("loaded");
+        EXPECT_EQ(KVProjectFileLoad(process, *project, path.c_str()), expected);
+        return project;
+    }
+};
+
+TEST_F(ProjectFileTest, SaveLoadSaveGivesTheSameBytes) {
+    std::unique_ptr<KVProject> original(MakeSteadyProject());
+    const std::string first = Save(*original, "first.kvp");
+    std::unique_ptr<KVProject> loaded = Load(first);
+    const std::string second = Save(*loaded, "second.kvp");
+    EXPECT_EQ(ReadAll(first), ReadAll(second));
+    EXPECT_TRUE(process.errors.empty());
+
+    KVImage* image = loaded->GetCurrentImage();
+    EXPECT_EQ(image->GetWidth(), 640u);
+    EXPECT_EQ(image->GetPPI(), 96u);
+    EXPECT_EQ(image->GetNextLayerNumber(), 3);
+    EXPECT_EQ(image->GetBackground(), LPixelColour(250, 240, 230, 255));
+    EXPECT_STREQ(image->GetName(), "picture");
+    EXPECT_STREQ(image->GetPath(), first.c_str());
+    ASSERT_EQ(image->GetLayerCount(), 2u);
+    EXPECT_FALSE(image->GetFirstLayer()->GetNext()->IsVisible());
+
+    auto* rect = ElementAt<KVRectangleElement>(*loaded, 0);
+    ASSERT_TRUE(rect);
+    const KVRectangleElementProperties r = rect->GetProperties();
+    EXPECT_EQ(r.bounds, LBoundingBox2T<float>(10, 20, 110, 70));
+    EXPECT_FLOAT_EQ(r.rotation, 12.5f);
+    EXPECT_EQ(r.lineColour, LGuiColorAlpha(200, 10, 10, 128));
+    ASSERT_TRUE(r.fill);
+    EXPECT_EQ(*r.fill, LGuiColorAlpha(1, 2, 3, 4));
+    ASSERT_TRUE(r.shadow);
+    EXPECT_EQ(r.shadow->softness, 9);
+    auto* ellipse = ElementAt<KVEllipseElement>(*loaded, 1);
+    ASSERT_TRUE(ellipse);
+    EXPECT_EQ(ellipse->GetProperties().gradient->GetStopCount(), 3u);
+    EXPECT_FLOAT_EQ(ellipse->GetProperties().innerGlow->strength, 3.5f);
+}
+
+TEST_F(ProjectFileTest, KeptDifferencesBetweenWriterAndReader) {
+    KVProject project("p");
+    auto* image = new KVImage("i", 100, 100, 72, LPixelColour());
+    KVLayer* layer = project.AddNewImage(image);
+    KVRectangleElementProperties r;
+    r.SetRectangle({0, 0, 10, 10});
+    KVGradient g({0.5f, 0.5f}, {1, 1}, {}, {});
+    g.radial = true;
+    g.radiusX = 0.2f;
+    g.radiusY = 0.7f;
+    r.SetGradient(g);
+    // Strokes A then B: B is the newest and comes first.
+    r.AddEraserStroke(KVEraserStroke(KVDrawPath(100, 100, nullptr), 20, 50, {}));
+    r.AddEraserStroke(KVEraserStroke(KVDrawPath(100, 100, nullptr), 40, 50, {}));
+    image->AddNewElement(new KVRectangleElement(r), layer, false, false);
+    KVLineElementProperties l;
+    l.lineColour = LGuiColorAlpha(10, 20, 30, 128);
+    l.AddEraserStroke(KVEraserStroke(KVDrawPath(1, 1, nullptr), 1, 0, {}));
+    image->AddNewElement(new KVLineElement(l), layer, false, false);
+
+    std::unique_ptr<KVProject> once = Load(Save(project, "a.kvp"));
+    const KVRectangleElementProperties r1 = ElementAt<KVRectangleElement>(*once, 0)->GetProperties();
+    EXPECT_FLOAT_EQ(r1.gradient->radiusX, 0.7f); // the radii change places
+    EXPECT_FLOAT_EQ(r1.gradient->radiusY, 0.2f);
+    ASSERT_EQ(r1.strokes.GetCount(), 2u);
+    EXPECT_FLOAT_EQ(r1.strokes.GetFirst()->width, 20); // the order turns: A, B
+    // The stored radius (10 of width 20) is taken as a percentage: 2.
+    EXPECT_EQ(r1.strokes.GetFirst()->softnessRadius, 2u);
+    const KVLineElementProperties l1 = ElementAt<KVLineElement>(*once, 1)->GetProperties();
+    EXPECT_EQ(l1.lineColour, LGuiColorAlpha(10, 20, 30, 255)); // opaque again
+    EXPECT_EQ(l1.strokes.GetCount(), 0u);                      // a line keeps no strokes
+
+    std::unique_ptr<KVProject> twice = Load(Save(*once, "b.kvp"));
+    const KVRectangleElementProperties r2 = ElementAt<KVRectangleElement>(*twice, 0)->GetProperties();
+    EXPECT_FLOAT_EQ(r2.gradient->radiusX, 0.2f);
+    EXPECT_FLOAT_EQ(r2.gradient->radiusY, 0.7f);
+    EXPECT_FLOAT_EQ(r2.strokes.GetFirst()->width, 40); // B, A again
+}
+
+// Writes a file by hand, for what the program itself never writes.
+struct Crafted {
+    LOutputStreamFile stream;
+    KVSDFWriter w;
+    explicit Crafted(const std::string& path, unsigned long format = kKVProjectFormatId) {
+        stream.Open(path.c_str());
+        w.Open(stream, format, 0);
+        w.StartContainer(KVChunkProject);
+    }
+    void Element(const char* key, void (*fields)(KVSDFWriter&) = nullptr) {
+        w.StartContainer(KVChunkElement);
+        w.WriteString(KVChunkKey, key);
+        if (fields)
+            fields(w);
+        w.EndContainer(KVChunkElement);
+    }
+    void Finish() {
+        w.EndContainer(KVChunkProject);
+        w.Close();
+        stream.Close();
+    }
+};
+
+TEST_F(ProjectFileTest, AbsentChunksTakeTheirDefaultsAndRangesAreChecked) {
+    const std::string path = dir.File("crafted.kvp");
+    {
+        Crafted f(path);
+        f.w.StartContainer(KVChunkImage);
+        f.w.WriteInt(KVChunkWidth, 300);
+        f.w.StartContainer(KVChunkLayer); // no visibility, no name
+        f.Element("polygon", [](KVSDFWriter& w) { w.WriteInt(KVChunkSides, 11); });
+        f.Element("triangle");
+        f.w.EndContainer(KVChunkLayer);
+        f.w.EndContainer(KVChunkImage);
+        f.Finish();
+    }
+    std::unique_ptr<KVProject> p = Load(path);
+    KVImage* image = p->GetCurrentImage();
+    EXPECT_EQ(image->GetWidth(), 300u);
+    EXPECT_EQ(image->GetHeight(), 768u);
+    EXPECT_EQ(image->GetNextLayerNumber(), 1);
+    EXPECT_STREQ(image->GetName(), "loaded"); // the project's name until 1003 replaces it
+    EXPECT_TRUE(image->GetFirstLayer()->IsVisible());
+    EXPECT_EQ(ElementAt<KVPolygonElement>(*p, 0)->GetProperties().sides, 3u);
+    EXPECT_EQ(ElementAt<KVTriangleElement>(*p, 1)->GetProperties().corner, 0);
+}
+
+TEST_F(ProjectFileTest, TwoImagesComeBackReversedWithTheLastOneCurrent) {
+    const std::string path = dir.File("two.kvp");
+    {
+        Crafted f(path);
+        for (const char* n : {"first", "second"}) {
+            f.w.StartContainer(KVChunkImage);
+            f.w.WriteString(KVChunkName, n);
+            f.w.EndContainer(KVChunkImage);
+        }
+        f.Finish();
+    }
+    std::unique_ptr<KVProject> p = Load(path);
+    EXPECT_STREQ(p->GetCurrentImage()->GetName(), "second");
+    EXPECT_STREQ(p->GetImages()->GetName(), "second");
+    EXPECT_STREQ(p->GetImages()->GetNext()->GetName(), "first");
+    EXPECT_EQ(p->GetCurrentImage()->GetLayerCount(), 1u); // never without a layer
+}
+
+TEST_F(ProjectFileTest, RefusalsSayWhy) {
+    const std::string unknown = dir.File("unknown.kvp");
+    {
+        Crafted f(unknown);
+        f.w.StartContainer(KVChunkImage);
+        f.w.StartContainer(KVChunkLayer);
+        f.Element("simplepath");
+        f.w.EndContainer(KVChunkLayer);
+        f.w.EndContainer(KVChunkImage);
+        f.Finish();
+    }
+    Load(unknown, LProcessResultError);
+    ASSERT_EQ(process.errors.size(), 1u);
+    EXPECT_NE(process.errors.back().find("cannot read"), std::string::npos);
+
+    const std::string other = dir.File("other.kvp");
+    {
+        Crafted f(other, 22);
+        f.Finish();
+    }
+    Load(other, LProcessResultError);
+    EXPECT_EQ(process.errors.back(), "The file \"other.kvp\" is not a project file.");
+
+    Load(dir.File("missing.kvp"), LProcessResultError);
+    EXPECT_EQ(process.errors.back(), "The file \"missing.kvp\" could not be opened.");
+}
+
+TEST_F(ProjectFileTest, ADamagedFileNeverLoadsAsAPartialProject) {
+    std::unique_ptr<KVProject> original(MakeSteadyProject());
+    const std::string whole = ReadAll(Save(*original, "whole.kvp"));
+    // Every cut, the last byte included (the end mark), is refused.
+    for (size_t cut : {whole.size() - 1, whole.size() - 4, whole.size() / 2, size_t(40)}) {
+        const std::string path = dir.File("cut.kvp");
+        ASSERT_TRUE(kvtest::WriteFile(path, whole.substr(0, cut)));
+        Load(path, LProcessResultError);
+        EXPECT_NE(process.errors.back().find("damaged"), std::string::npos) << cut;
+    }
+    // A chunk that claims more than its parent holds.
+    std::string bad = whole;
+    bad[bad.size() / 2] = static_cast<char>(0xFF);
+    bad[bad.size() / 2 + 1] = static_cast<char>(0xFF);
+    const std::string path = dir.File("bad.kvp");
+    ASSERT_TRUE(kvtest::WriteFile(path, bad));
+    auto project = std::make_unique<KVProject>("x");
+    KVProjectFileLoad(process, *project, path.c_str()); // any result, no crash
+}
+
+TEST_F(ProjectFileTest, AFailedOrStoppedSaveLeavesTheOldFileAsItWas) {
+    std::unique_ptr<KVProject> small(new KVProject("small"));
+    small->AddNewImage(new KVImage("i", 10, 10, 72, LPixelColour()));
+    const std::string path = Save(*small, "keep.kvp");
+    const std::string before = ReadAll(path);
+
+    std::unique_ptr<KVProject> big(MakeSteadyProject());
+    for (int i = 0; i < 300; ++i) {
+        KVRectangleElementProperties r;
+        r.SetRectangle({0, 0, 1, 1});
+        big->GetCurrentImage()->AddNewElement(new KVRectangleElement(r),
+                                              big->GetCurrentImage()->GetFirstLayer(), false, false);
+    }
+    // The disk fills up a few kilobytes in.
+    rlimit old;
+    getrlimit(RLIMIT_FSIZE, &old);
+    auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limited = old;
+    limited.rlim_cur = 4096;
+    setrlimit(RLIMIT_FSIZE, &limited);
+    const LProcessResult full = KVProjectFileSave(process, *big, path.c_str());
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, previous);
+    EXPECT_EQ(full, LProcessResultError);
+    EXPECT_NE(process.errors.back().find("could not be saved"), std::string::npos);
+    EXPECT_EQ(ReadAll(path), before);
+
+    process.stopAfter = 2;
+    EXPECT_EQ(KVProjectFileSave(process, *big, path.c_str()), LProcessResultStopped);
+    EXPECT_EQ(ReadAll(path), before);
+
+    // No temporary file is left behind in either case.
+    size_t files = 0;
+    for (const auto& e : std::filesystem::directory_iterator(dir.Path()))
+        files += e.is_regular_file();
+    EXPECT_EQ(files, 1u);
+}
+
+TEST_F(ProjectFileTest, SettingsRunThroughTheProcessFramework) {
+    std::unique_ptr<KVProject> original(MakeSteadyProject());
+    KVProjectFileSaveSettings save{};
+    LStrCopy(save.path, dir.File("s.kvp").c_str());
+    EXPECT_EQ(Process(process, save), LProcessResultError); // no project
+    save.project = original.get();
+    EXPECT_EQ(Process(process, save), LProcessResultOk);
+    KVProject target("t");
+    KVProjectFileLoadSettings load{};
+    LStrCopy(load.path, save.path);
+    load.project = &target;
+    EXPECT_EQ(Process(process, load), LProcessResultOk);
+    EXPECT_EQ(target.GetCurrentImage()->GetLayerCount(), 2u);
+}
+
+} // namespace
