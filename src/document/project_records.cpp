@@ -352,7 +352,8 @@ KVGradient KVProjectFileReadGradient(KVSDFReadState& s, KVSDFChunk& c) {
             // order, each colour before its position. A count the chunk
             // cannot hold is damage, not a reason to reserve memory.
             const unsigned long long room = child.size / 8;
-            if (count < 0 || static_cast<unsigned long long>(count) > room + 2) {
+            if (!Whole(child) || count < 0 ||
+                static_cast<unsigned long long>(count) > room + 2) {
                 s.damaged = true;
                 break;
             }
