@@ -346,4 +346,40 @@ TEST_F(ProjectFileTest, SettingsRunThroughTheProcessFramework) {
     EXPECT_EQ(target.GetCurrentImage()->GetLayerCount(), 2u);
 }
 
+TEST_F(ProjectFileTest, OrderMattersWhereTheFormatSaysSo) {
+    const std::string path = dir.File("order.kvp");
+    {
+        Crafted f(path);
+        f.w.StartContainer(KVChunkImage);
+        f.w.StartContainer(KVChunkLayer);
+        // A field before the key is passed over with everything else ahead of it.
+        f.w.StartContainer(KVChunkElement);
+        f.w.WriteFloat(KVChunkLineWidth, 9);
+        f.w.WriteString(KVChunkKey, "rectangle");
+        f.w.WriteFloat(KVChunkRotation, 0);
+        f.w.EndContainer(KVChunkElement);
+        // Strokes before the bounds: the box's setter then moves them.
+        f.Element("rectangle", [](KVSDFWriter& w) {
+            KVErasableProperties strokes;
+            strokes.AddEraserStroke(KVEraserStroke(KVDrawPath(10, 10, nullptr), 1, 0, {}));
+            LProcessInterfaceVoid v;
+            KVProjectFileWriteErasers(v, w, strokes);
+            KVProjectFileWriteBounds(w, {5, 7, 15, 17});
+        });
+        f.w.EndContainer(KVChunkLayer);
+        f.w.EndContainer(KVChunkImage);
+        f.Finish();
+    }
+    std::unique_ptr<KVProject> p = Load(path);
+    EXPECT_FLOAT_EQ(ElementAt<KVRectangleElement>(*p, 0)->GetProperties().lineWidth, 1.0f);
+    const KVRectangleElementProperties moved = ElementAt<KVRectangleElement>(*p, 1)->GetProperties();
+    ASSERT_EQ(moved.strokes.GetCount(), 1u);
+    float x = 0, y = 0;
+    moved.strokes.GetFirst()->transform.TransformPoint(x, y);
+    // Moved by the corner (5, 7), then scaled by (10 + 1) / (0 + 1) about the
+    // outline's corner (4.5, 6.5).
+    EXPECT_FLOAT_EQ(x, 10);
+    EXPECT_FLOAT_EQ(y, 12);
+}
+
 } // namespace
