@@ -99,6 +99,57 @@ unsigned char Clamp8(double v) {
     return static_cast<unsigned char>(v < 0 ? 0 : v > 255 ? 255 : std::lround(v));
 }
 
+// Reads the code stream's size marker before openjpeg does: the library sets
+// up every tile of the picture while it reads the header, and a few hundred
+// bytes can claim tens of thousands of tiles. Each tile has at least one
+// tile part of 14 bytes or more, so a stream that claims more tiles than it
+// can hold is cut short or a trap; so is a picture beyond the decode limit.
+// Leaves the input at 0.
+bool OpjPlausible(LImageCodecInput& input, OPJ_CODEC_FORMAT kind) {
+    unsigned long long at = 0;
+    const unsigned long long size = input.GetSize();
+    if (kind == OPJ_CODEC_JP2) {
+        // The code stream is the content of the first top-level "jp2c" box.
+        for (int boxes = 0;; ++boxes) {
+            unsigned char head[16];
+            if (boxes > 1000 || !input.Seek(at) || input.Read(head, 8) != 8)
+                return false;
+            unsigned long long length = LGetUInt32BE(head);
+            unsigned long long content = at + 8;
+            if (length == 1) {
+                if (input.Read(head + 8, 8) != 8)
+                    return false;
+                length = LGetUInt64BE(head + 8);
+                content = at + 16;
+            } else if (length == 0) {
+                length = size - at;
+            }
+            if (std::memcmp(head + 4, "jp2c", 4) == 0) {
+                at = content;
+                break;
+            }
+            if (length < content - at || length > size - at)
+                return false;
+            at += length;
+        }
+    }
+    unsigned char siz[42];
+    if (!input.Seek(at) || input.Read(siz, sizeof siz) != sizeof siz || !input.Seek(0))
+        return false;
+    if (siz[0] != 0xFF || siz[1] != 0x4F || siz[2] != 0xFF || siz[3] != 0x51)
+        return false;
+    const unsigned long long x = LGetUInt32BE(siz + 8), y = LGetUInt32BE(siz + 12);
+    const unsigned long long x0 = LGetUInt32BE(siz + 16), y0 = LGetUInt32BE(siz + 20);
+    const unsigned long long tw = LGetUInt32BE(siz + 24), th = LGetUInt32BE(siz + 28);
+    const unsigned long long tx0 = LGetUInt32BE(siz + 32), ty0 = LGetUInt32BE(siz + 36);
+    if (x <= x0 || y <= y0 || tw == 0 || th == 0 || tx0 >= x || ty0 >= y)
+        return false;
+    if ((x - x0) * (y - y0) > LImageGetDecodePixelLimit())
+        return false;
+    const unsigned long long tiles = ((x - tx0 + tw - 1) / tw) * ((y - ty0 + th - 1) / th);
+    return tiles <= (size - at) / 14;
+}
+
 LProcessResult OpjDecode(LProcessInterface& process, LProcessJPEG2000Load& load) {
     LImageCodecInput& input = load.input;
     unsigned char magic[12];
@@ -112,6 +163,8 @@ LProcessResult OpjDecode(LProcessInterface& process, LProcessJPEG2000Load& load)
     else if (std::memcmp(magic, kCodestream, 4) == 0)
         kind = OPJ_CODEC_J2K;
     else
+        return LProcessResultError;
+    if (!OpjPlausible(input, kind))
         return LProcessResultError;
 
     OpjStream stream(opj_stream_create(kChunk, OPJ_TRUE));

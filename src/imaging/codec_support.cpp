@@ -31,25 +31,32 @@ bool LCodecAllocatePicture(LImageBuffer& buffer, long long width, long long heig
 }
 
 LCodecRowSource::LCodecRowSource(const LImageBuffer& buffer, bool straight)
-    : buffer(buffer), straight(straight), opaque(true) {
+    : buffer(buffer), straight(straight) {
+    scratch.reset(new unsigned char[static_cast<std::size_t>(buffer.width) * 4]);
+}
+
+bool LCodecRowSource::IsOpaque() {
+    if (opaque >= 0)
+        return opaque != 0;
+    bool all = true;
     const pixelformat_t f = buffer.format;
     if (f == LPixelFormatB8G8R8A8) {
-        for (int y = 0; y < buffer.height && opaque; ++y)
-            opaque = LIsOpaqueRowBGRA(buffer.GetPictureRow(y), buffer.width);
+        for (int y = 0; y < buffer.height && all; ++y)
+            all = LIsOpaqueRowBGRA(buffer.GetPictureRow(y), buffer.width);
     } else if (f == LPixelFormatR8G8B8A8 || f == LPixelFormatB5G5R5A1) {
         // Whatever the layout, the iterator reads alpha in the top byte.
-        for (LImageConstIterator it(buffer); it.IsInRange() && opaque; it.Next())
-            opaque = (it.GetPacked() >> 24) == 255;
+        for (LImageConstIterator it(buffer); it.IsInRange() && all; it.Next())
+            all = (it.GetPacked() >> 24) == 255;
     }
-    if (f != LPixelFormatB8G8R8A8 || (straight && !opaque))
-        scratch.reset(new unsigned char[static_cast<std::size_t>(buffer.width) * 4]);
+    opaque = all ? 1 : 0;
+    return all;
 }
 
 const unsigned char* LCodecRowSource::GetRow(int y) {
     const long width = buffer.width;
     if (buffer.format == LPixelFormatB8G8R8A8) {
         const unsigned char* row = buffer.GetPictureRow(y);
-        if (!straight || opaque || LIsOpaqueRowBGRA(row, width))
+        if (!straight || opaque == 1 || LIsOpaqueRowBGRA(row, width))
             return row;
         LUnpremultiplyRowBGRA(scratch.get(), row, width);
         return scratch.get();

@@ -18,8 +18,10 @@ class LCodecRowSource {
 public:
     LCodecRowSource(const LImageBuffer& buffer, bool straight);
 
-    // Every alpha byte is 255, so alpha can be left out of the file.
-    bool IsOpaque() const { return opaque; }
+    // Every alpha byte is 255, so alpha can be left out of the file. Found
+    // out on the first call, by a look at every pixel: writers that drop
+    // alpha anyway never pay for it.
+    bool IsOpaque();
     // 4 * width bytes, valid until the next call. A row of a format-0
     // picture that needs no change is handed out where it lies.
     const unsigned char* GetRow(int y);
@@ -27,7 +29,7 @@ public:
 private:
     const LImageBuffer& buffer;
     bool straight;
-    bool opaque;
+    int opaque = -1; // not known yet
     std::unique_ptr<unsigned char[]> scratch;
 };
 

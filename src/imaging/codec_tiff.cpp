@@ -162,13 +162,17 @@ LProcessResult TiffDecode(TIFF* tif, LProcessInterface& process, LProcessTIFFLoa
     if (result != LProcessResultOk)
         return result;
 
-    // Red and blue change places: blue, green, red, alpha in memory.
+    // Red and blue change places: blue, green, red, alpha in memory. A file
+    // that says its alpha is premultiplied is taken at its word, but a
+    // colour above its alpha is no premultiplied colour and is held to it.
     for (int y = 0; y < b.height; ++y) {
         unsigned char* p = b.GetPictureRow(y);
         for (int x = 0; x < b.width; ++x, p += 4) {
+            const unsigned char a = p[3];
             const unsigned char red = p[0];
-            p[0] = p[2];
-            p[2] = red;
+            p[0] = p[2] < a ? p[2] : a;
+            p[1] = p[1] < a ? p[1] : a;
+            p[2] = red < a ? red : a;
         }
     }
     load.bitsPerPixel = static_cast<unsigned int>(bits) * samples;
