@@ -8,6 +8,7 @@ this size can satisfy.
 """
 
 import os
+import sys
 import struct
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -286,7 +287,78 @@ def writer_corpus():
     write(t, "empty.bin", ops(3))
 
 
+def image_corpus():
+    """Small pictures of each kind the platform readers take, and copies cut
+    short or damaged. Needs Pillow (python3-pil) and the hand-made PNG and DNG
+    writers of the codec tests."""
+    import io
+    sys.path.insert(0, os.path.join(HERE, "..", "tests", "imaging"))
+    import pillow_tool as tool
+    from PIL import Image
+
+    def pic(mode, w, h, fn):
+        im = Image.new(mode, (w, h))
+        im.putdata([fn(x, y) for y in range(h) for x in range(w)])
+        return im
+
+    def saved(im, fmt, **options):
+        out = io.BytesIO()
+        im.save(out, fmt, **options)
+        return out.getvalue()
+
+    def variants(target, name, data):
+        write(target, name, data)
+        write(target, "cut-" + name, data[:len(data) * 2 // 3])
+        damaged = bytearray(data)
+        for at in range(len(data) // 3, len(data) - 4, max(1, len(data) // 7)):
+            damaged[at] ^= 0x5A
+        write(target, "damaged-" + name, bytes(damaged))
+
+    rgb = pic("RGB", 12, 9, lambda x, y: (x * 20, y * 28, (x * y * 9) % 256))
+    rgba = pic("RGBA", 12, 9, lambda x, y: (x * 20, y * 28, 90, (x * 31 + y * 7) % 256))
+    grey = pic("L", 12, 9, lambda x, y: (x * 23 + y * 41) % 256)
+    grey16 = pic("I;16", 12, 9, lambda x, y: (x * 5000 + y * 300) % 65536)
+    pal = grey.convert("P")
+    cmyk = pic("CMYK", 12, 9, lambda x, y: (x * 20, y * 28, 40, 10))
+
+    variants("image_png", "rgb.png", saved(rgb, "PNG"))
+    variants("image_png", "rgba.png", saved(rgba, "PNG"))
+    write("image_png", "grey16.png", saved(grey16, "PNG"))
+    write("image_png", "palette-alpha.png", saved(pal, "PNG", transparency=5))
+    folder = os.path.join(HERE, "corpus", "image_png")
+    rows16 = [[(x * 5000, y * 7000, 123, (x + y) * 4000) for x in range(10)] for y in range(7)]
+    tool.write_png(os.path.join(folder, "rgba16-interlaced.png"), 10, 7, 16, 6, rows16, True)
+    rows2 = [[((x + y) % 4,) for x in range(11)] for y in range(5)]
+    tool.write_png(os.path.join(folder, "grey2.png"), 11, 5, 2, 0, rows2, False)
+
+    variants("image_jpeg", "rgb.jpg", saved(rgb, "JPEG", quality=90))
+    write("image_jpeg", "grey.jpg", saved(grey, "JPEG"))
+    write("image_jpeg", "progressive.jpg", saved(rgb, "JPEG", progressive=True))
+    write("image_jpeg", "cmyk.jpg", saved(cmyk, "JPEG"))
+
+    variants("image_tiff", "rgb-lzw.tif", saved(rgb, "TIFF", compression="tiff_lzw"))
+    variants("image_tiff", "rgba.tif", saved(rgba, "TIFF"))
+    write("image_tiff", "grey16.tif", saved(grey16, "TIFF"))
+    write("image_tiff", "palette.tif", saved(pal, "TIFF"))
+    write("image_tiff", "cmyk-deflate.tif", saved(cmyk, "TIFF", compression="tiff_adobe_deflate"))
+    write("image_tiff", "packbits.tif", saved(grey, "TIFF", compression="packbits"))
+
+    variants("image_jpeg2000", "rgba.jp2", saved(rgba, "JPEG2000"))
+    write("image_jpeg2000", "grey-lossy.jp2",
+          saved(grey, "JPEG2000", quality_mode="rates", quality_layers=[8]))
+    variants("image_jpeg2000", "rgb.j2k", saved(rgb, "JPEG2000", no_jp2=True))
+
+    dng = os.path.join(HERE, "corpus", "image_camraw", "linear.dng")
+    os.makedirs(os.path.dirname(dng), exist_ok=True)
+    tool.write_dng(dng)
+    with open(dng, "rb") as f:
+        data = f.read()
+    write("image_camraw", "cut-linear.dng", data[:len(data) // 2])
+    write("image_camraw", "header-only.dng", data[:300])
+
+
 if __name__ == "__main__":
     reader_corpus()
     stream_corpus()
     writer_corpus()
+    image_corpus()

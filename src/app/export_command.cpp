@@ -1,0 +1,108 @@
+#include "app/export_command.h"
+
+#include "imaging/image_export.h"
+#include "imaging/image_file.h"
+
+volatile std::sig_atomic_t KVConsoleProcess::stopRequested = 0;
+
+void KVConsoleProcess::SetStatus(const char* text, int level) {
+    if (level < 0 || level > 2)
+        return;
+    status[level] = text ? text : "";
+    for (int deeper = level + 1; deeper < 3; ++deeper)
+        status[deeper].clear();
+    Draw();
+}
+
+void KVConsoleProcess::SetProgress(double fraction) {
+    const int p = fraction <= 0 ? 0 : fraction >= 1 ? 100 : static_cast<int>(fraction * 100);
+    if (p == percent)
+        return;
+    percent = p;
+    Draw();
+}
+
+void KVConsoleProcess::Draw() {
+    if (!showProgress)
+        return;
+    std::string line;
+    for (const std::string& s : status) {
+        if (s.empty())
+            continue;
+        if (!line.empty())
+            line += ": ";
+        line += s;
+    }
+    // Clears the rest of the line, so that a shorter text leaves nothing behind.
+    std::fprintf(out, "\r%s %3d%%\033[K", line.c_str(), percent < 0 ? 0 : percent);
+    std::fflush(out);
+    drawn = true;
+}
+
+void KVConsoleProcess::Finish() {
+    if (drawn) {
+        std::fputc('\n', out);
+        std::fflush(out);
+        drawn = false;
+    }
+}
+
+namespace {
+
+// Makes the picture that is to be saved. Today a raster file is that
+// picture. A project is the next kind: it will be loaded with
+// KVProjectFileLoad, rendered at its own size into a KVRenderImageBuffer,
+// and the render's picture handed on here.
+LProcessResult KVExportMakePicture(LProcessInterface& process, const char* input,
+                                   LImageBuffer& picture) {
+    if (KVGetExportKind(input) == KVExportKindProject) {
+        process.SetError("Exporting projects is not available in this version.");
+        return LProcessResultError;
+    }
+    // Everything the library can read, not only what the open dialog offers.
+    const LImageCodecVetoer vetoer;
+    LProcessImageLoadFile load(input, 3000, &vetoer, picture);
+    return Process(process, load);
+}
+
+} // namespace
+
+LProcessResult KVExportFile(LProcessInterface& process, const char* output, const char* input) {
+    // The target is checked first, so that an export that cannot be written
+    // does not spend time on rendering.
+    const KVExportKind kind = KVGetExportKind(output);
+    switch (kind) {
+    case KVExportKindRaster:
+    case KVExportKindSVG:
+        break;
+    case KVExportKindProject:
+        process.SetError("A project cannot be written by an export.");
+        return LProcessResultError;
+    case KVExportKindPDF:
+    case KVExportKindEPS:
+        process.SetError("PDF and EPS export are not available in this version.");
+        return LProcessResultError;
+    default:
+        process.SetError("The file type is not recognized.");
+        return LProcessResultError;
+    }
+
+    LImageBuffer picture;
+    LProcessResult result;
+    {
+        LProcessInterfaceSubProcess part(process, 0, 0.5);
+        result = KVExportMakePicture(part, input, picture);
+    }
+    if (result != LProcessResultOk)
+        return result;
+
+    LProcessInterfaceSubProcess part(process, 0.5, 0.5);
+    if (kind == KVExportKindSVG) {
+        // A picture has nothing for the vector back ends to draw but itself:
+        // it goes into the SVG file whole.
+        LImageEncodeSettings settings;
+        LProcessImageSaveFile save(picture, output, settings, 3000, nullptr);
+        return Process(part, save);
+    }
+    return KVSaveRasterFile(part, picture, output);
+}

@@ -1,0 +1,177 @@
+// The korvane program's command line, run as a user runs it, and the export
+// it drives.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <sys/wait.h>
+
+#include "app/export_command.h"
+#include "imaging/image_file.h"
+#include "imaging/image_iterator.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+struct Outcome {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+std::string Slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+class Korvane : public ::testing::Test {
+protected:
+    void SetUp() override {
+        LImage::New(picture, 7, 5, LPixelFormatB8G8R8A8);
+        LImageIterator it(picture);
+        for (unsigned i = 0; it.IsInRange(); it.Next(), ++i)
+            it.SetPacked(i % 3 ? 0xFF000000u | (i * 0x030507u) : 0x80400000u);
+        ASSERT_TRUE(LImage::Save(picture, dir.File("in.png").c_str()));
+    }
+
+    Outcome Start(const std::string& arguments) {
+        Outcome r;
+        const std::string command = std::string("XDG_CACHE_HOME='") + dir.File("cache") + "' '" +
+                                    KV_KORVANE + "' " + arguments + " >'" + dir.File("stdout") +
+                                    "' 2>'" + dir.File("stderr") + "' </dev/null";
+        const int status = std::system(command.c_str());
+        r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        r.out = Slurp(dir.File("stdout"));
+        r.err = Slurp(dir.File("stderr"));
+        return r;
+    }
+    std::string Q(const std::string& name) { return "'" + dir.File(name) + "'"; }
+
+    kvtest::TempDir dir;
+    LImageBuffer picture;
+};
+
+TEST_F(Korvane, HelpVersionAndWrongCommandLines) {
+    Outcome r = Start("--help");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out.find("Usage: korvane --export OUTPUT INPUT\n"), 0u);
+    EXPECT_EQ(r.err, "");
+
+    r = Start("--version");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, "korvane 0.1.0\n");
+
+    r = Start("");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("korvane --help"), std::string::npos);
+
+    r = Start("--frobnicate");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err.find("korvane: unknown option '--frobnicate'\n"), 0u);
+
+    r = Start("--export only-one.png");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err.find("korvane: --export needs OUTPUT and INPUT\n"), 0u);
+}
+
+TEST_F(Korvane, ExportsAPictureByTheOutputsExtension) {
+    for (const char* name : {"out.tiff", "out.jp2", "out.jpg", "out.png"}) {
+        const Outcome r = Start("--export " + Q(name) + " " + Q("in.png"));
+        EXPECT_EQ(r.status, 0) << name << ": " << r.err;
+        // Standard error is no terminal here: nothing but errors goes there.
+        EXPECT_EQ(r.err, "") << name;
+        LImageBuffer back;
+        EXPECT_GT(LImage::Load(back, dir.File(name).c_str(), 3000), 0u) << name;
+        EXPECT_EQ(back.width, 7);
+        EXPECT_EQ(back.height, 5);
+    }
+    LImageBuffer back;
+    ASSERT_EQ(LImage::Load(back, dir.File("out.png").c_str(), 3000), 32u);
+    for (LImageConstIterator a(back), b(picture); a.IsInRange(); a.Next(), b.Next())
+        ASSERT_EQ(a.GetPacked(), b.GetPacked());
+
+    // A picture exported as SVG is wrapped whole.
+    const Outcome r = Start("--export " + Q("out.svg") + " " + Q("out.tiff"));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(Slurp(dir.File("out.svg")).substr(0, 7), "<svg\r\n ");
+}
+
+TEST_F(Korvane, FailuresGiveAMessageAndStatusOne) {
+    struct Case {
+        std::string output, input, message;
+    } cases[] = {
+        {"out.png", "missing.png", "korvane: The file could not be found.\n"},
+        {"out.gif", "in.png", "korvane: The file type is not recognized.\n"},
+        {"out.pdf", "in.png", "korvane: PDF and EPS export are not available in this version.\n"},
+        {"out.kvp", "in.png", "korvane: A project cannot be written by an export.\n"},
+        {"out.bmp", "in.png", "korvane: The image could not be saved\n"},
+        {"out.png", "broken.png", "korvane: The image could not be loaded.\n"},
+        {"out.png", "drawing.kvp", "korvane: Exporting projects is not available in this version.\n"},
+        {"out.png", "no-such-format.xyz", "korvane: The file could not be found.\n"},
+        {"no/folder/out.png", "in.png", "korvane: File could not be written.\n"},
+    };
+    ASSERT_TRUE(kvtest::WriteFile(dir.File("broken.png"), "\x89PNG\r\n\x1a\n and then nothing"));
+    ASSERT_TRUE(kvtest::WriteFile(dir.File("drawing.kvp"), "lsdf"));
+    for (const Case& c : cases) {
+        const Outcome r = Start("--export " + Q(c.output) + " " + Q(c.input));
+        EXPECT_EQ(r.status, 1) << c.output << " " << c.input;
+        EXPECT_EQ(r.err, c.message);
+        EXPECT_FALSE(kvtest::FileExists(dir.File(c.output))) << c.output;
+    }
+}
+
+TEST(KorvaneConsole, ProgressOnATerminalIsOneLineRewritten) {
+    kvtest::TempDir dir;
+    LImageBuffer picture;
+    LImage::New(picture, 300, 200, LPixelFormatB8G8R8A8);
+    picture.Clear(LPixelColour(10, 20, 30, 255));
+    ASSERT_TRUE(LImage::Save(picture, dir.File("in.png").c_str()));
+
+    std::FILE* log = std::tmpfile();
+    ASSERT_NE(log, nullptr);
+    {
+        KVConsoleProcess process(log, true);
+        EXPECT_EQ(KVExportFile(process, dir.File("out.jpg").c_str(), dir.File("in.png").c_str()),
+                  LProcessResultOk);
+        EXPECT_EQ(process.GetError(), "");
+    }
+    std::rewind(log);
+    std::string text;
+    for (int c; (c = std::fgetc(log)) != EOF;)
+        text.push_back(static_cast<char>(c));
+    std::fclose(log);
+    EXPECT_NE(text.find("\rLoading in.png: Decoding PNG image "), std::string::npos);
+    EXPECT_NE(text.find("\rSaving out.jpg: Encoding JPEG image "), std::string::npos);
+    EXPECT_NE(text.find("100%"), std::string::npos);
+    EXPECT_EQ(text.find('\n'), text.size() - 1) << "one line, ended once";
+
+    // Without a terminal nothing is written at all.
+    std::FILE* quiet = std::tmpfile();
+    {
+        KVConsoleProcess process(quiet, false);
+        EXPECT_EQ(KVExportFile(process, dir.File("out2.jpg").c_str(), dir.File("in.png").c_str()),
+                  LProcessResultOk);
+    }
+    EXPECT_EQ(std::ftell(quiet), 0);
+    std::fclose(quiet);
+}
+
+TEST(KorvaneConsole, AnInterruptStopsTheExport) {
+    kvtest::TempDir dir;
+    LImageBuffer picture;
+    LImage::New(picture, 30, 20, LPixelFormatB8G8R8A8);
+    picture.Clear(LPixelColour(10, 20, 30, 255));
+    ASSERT_TRUE(LImage::Save(picture, dir.File("in.png").c_str()));
+    KVConsoleProcess process(stderr, false);
+    KVConsoleProcess::stopRequested = 1;
+    EXPECT_EQ(KVExportFile(process, dir.File("out.png").c_str(), dir.File("in.png").c_str()),
+              LProcessResultStopped);
+    KVConsoleProcess::stopRequested = 0;
+    EXPECT_FALSE(kvtest::FileExists(dir.File("out.png")));
+}
+
+} // namespace
