@@ -2,6 +2,7 @@
 
 #include "imaging/image_export.h"
 #include "imaging/image_file.h"
+#include "persistence/project_file.h"
 
 volatile std::sig_atomic_t KVConsoleProcess::stopRequested = 0;
 
@@ -49,14 +50,21 @@ void KVConsoleProcess::Finish() {
 
 namespace {
 
-// Makes the picture that is to be saved. Today a raster file is that
-// picture. A project is the next kind: it will be loaded with
-// KVProjectFileLoad, rendered at its own size into a KVRenderImageBuffer,
-// and the render's picture handed on here.
+// Makes the picture that is to be saved: a raster file is that picture; a
+// project is loaded, and then to be rendered at the size of its current
+// image. The render waits for the raster back end; once it is there:
+//     KVImage* image = project.GetCurrentImage();
+//     KVRenderImageBuffer target(image->GetWidth(), image->GetHeight());
+//     result = project.Render(process, target);
+//     picture.Assign(target's picture);
 LProcessResult KVExportMakePicture(LProcessInterface& process, const char* input,
                                    LImageBuffer& picture) {
     if (KVGetExportKind(input) == KVExportKindProject) {
-        process.SetError("Exporting projects is not available in this version.");
+        KVProject project;
+        const LProcessResult loaded = KVProjectFileLoad(process, project, input);
+        if (loaded != LProcessResultOk)
+            return loaded;
+        process.SetError("Rendering projects is not available in this version.");
         return LProcessResultError;
     }
     // Everything the library can read, not only what the open dialog offers.

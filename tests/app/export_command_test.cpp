@@ -13,6 +13,7 @@
 #include "app/export_command.h"
 #include "imaging/image_file.h"
 #include "imaging/image_iterator.h"
+#include "persistence/project_file.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -110,12 +111,21 @@ TEST_F(Korvane, FailuresGiveAMessageAndStatusOne) {
         {"out.kvp", "in.png", "korvane: A project cannot be written by an export.\n"},
         {"out.bmp", "in.png", "korvane: The image could not be saved\n"},
         {"out.png", "broken.png", "korvane: The image could not be loaded.\n"},
-        {"out.png", "drawing.kvp", "korvane: Exporting projects is not available in this version.\n"},
+        {"out.png", "broken.kvp", "korvane: The file \"broken.kvp\" is not a project file.\n"},
+        {"out.png", "drawing.kvp", "korvane: Rendering projects is not available in this version.\n"},
         {"out.png", "no-such-format.xyz", "korvane: The file could not be found.\n"},
         {"no/folder/out.png", "in.png", "korvane: File could not be written.\n"},
     };
     ASSERT_TRUE(kvtest::WriteFile(dir.File("broken.png"), "\x89PNG\r\n\x1a\n and then nothing"));
-    ASSERT_TRUE(kvtest::WriteFile(dir.File("drawing.kvp"), "lsdf"));
+    ASSERT_TRUE(kvtest::WriteFile(dir.File("broken.kvp"), "lsdf"));
+    {
+        // A project loads; what is missing is only its render.
+        KVProject project;
+        project.AddNewImage(new KVImage("image", 10, 10, 72, LPixelColour()));
+        LProcessInterfaceVoid process;
+        ASSERT_EQ(KVProjectFileSave(process, project, dir.File("drawing.kvp").c_str()),
+                  LProcessResultOk);
+    }
     for (const Case& c : cases) {
         const Outcome r = Start("--export " + Q(c.output) + " " + Q(c.input));
         EXPECT_EQ(r.status, 1) << c.output << " " << c.input;
