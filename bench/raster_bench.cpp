@@ -174,5 +174,10 @@ void RotatedShapes(benchmark::State& state) {
 
 BENCHMARK(DirectCairo)->Unit(benchmark::kMillisecond)->Repetitions(3)->MinTime(1.0);
 BENCHMARK(RasterTarget)->Unit(benchmark::kMillisecond)->Repetitions(3)->MinTime(1.0);
-BENCHMARK(RotatedShapes)->Args({1000, 0})->Args({1000, 1})->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(RotatedShapes)
+    ->Args({1000, 0})
+    ->Args({1000, 1})
+    ->Unit(benchmark::kMillisecond)
+    ->Repetitions(3)
+    ->MinTime(1.0);
 BENCHMARK_MAIN();

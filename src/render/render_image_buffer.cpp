@@ -1,6 +1,7 @@
 #include "render/render_image_buffer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cctype>
 #include <cstring>
 #include <string>
@@ -43,6 +44,86 @@ KVRenderImageBuffer::KVRenderImageBuffer(int width, int height) {
 
 KVRenderImageBuffer::~KVRenderImageBuffer() {
     delete child;
+    delete spare;
+}
+
+void KVRenderImageBuffer::TouchAll() {
+    touched = true;
+    clean = false;
+    touchX1 = touchY1 = 0;
+    touchX2 = image.width;
+    touchY2 = image.height;
+}
+
+void KVRenderImageBuffer::Touch(const KVBox& box, float pad) {
+    if (!HasSurface())
+        return;
+    clean = false;
+    cairo_t* cr = Surface().context;
+    double xs[4] = {box.x1 - pad, box.x2 + pad, box.x2 + pad, box.x1 - pad};
+    double ys[4] = {box.y1 - pad, box.y1 - pad, box.y2 + pad, box.y2 + pad};
+    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+    for (int i = 0; i < 4; ++i) {
+        cairo_user_to_device(cr, &xs[i], &ys[i]);
+        x1 = i ? std::min(x1, xs[i]) : xs[i];
+        x2 = i ? std::max(x2, xs[i]) : xs[i];
+        y1 = i ? std::min(y1, ys[i]) : ys[i];
+        y2 = i ? std::max(y2, ys[i]) : ys[i];
+    }
+    if (!std::isfinite(x1) || !std::isfinite(x2) || !std::isfinite(y1) || !std::isfinite(y2)) {
+        TouchAll();
+        return;
+    }
+    // Two pixels more for antialiasing and rounding.
+    auto clampTo = [](double v, int limit) {
+        return static_cast<int>(std::clamp(v, 0.0, static_cast<double>(limit)));
+    };
+    TouchPixels(clampTo(std::floor(x1) - 2, image.width), clampTo(std::floor(y1) - 2, image.height),
+                clampTo(std::ceil(x2) + 2, image.width), clampTo(std::ceil(y2) + 2, image.height));
+}
+
+void KVRenderImageBuffer::TouchPixels(int ix1, int iy1, int ix2, int iy2) {
+    clean = false;
+    ix1 = std::clamp(ix1, 0, image.width);
+    ix2 = std::clamp(ix2, 0, image.width);
+    iy1 = std::clamp(iy1, 0, image.height);
+    iy2 = std::clamp(iy2, 0, image.height);
+    if (ix2 <= ix1 || iy2 <= iy1)
+        return;
+    if (!touched) {
+        touched = true;
+        touchX1 = ix1;
+        touchY1 = iy1;
+        touchX2 = ix2;
+        touchY2 = iy2;
+        return;
+    }
+    touchX1 = std::min(touchX1, ix1);
+    touchY1 = std::min(touchY1, iy1);
+    touchX2 = std::max(touchX2, ix2);
+    touchY2 = std::max(touchY2, iy2);
+}
+
+void KVRenderImageBuffer::Recycle() {
+    rotation = 0;
+    scaleX = scaleY = 1.0f;
+    translateX = translateY = centreX = centreY = 0;
+    glowColour = LGuiColorAlpha(0, 0, 0, 255);
+    glowSize = 0;
+    delete child;
+    child = nullptr;
+    if (!HasSurface())
+        return;
+    painter->Flush();
+    if (touched) {
+        const long bytes = static_cast<long>(touchX2 - touchX1) * 4;
+        for (int y = touchY1; y < touchY2; ++y)
+            std::memset(image.GetPictureRow(y) + touchX1 * 4, 0, static_cast<size_t>(bytes));
+    }
+    painter->ReloadImageBuffer();
+    LPaintSurface::TransformReset(Surface());
+    touched = false;
+    clean = true;
 }
 
 KVRenderImageBuffer* KVRenderImageBuffer::GetCurrentImage() {
@@ -80,9 +161,20 @@ void KVRenderImageBuffer::InstallTransform() {
 LProcessResult KVRenderImageBuffer::Clear(LPixelColour colour) {
     if (!HasSurface())
         return LProcessResultError;
-    painter->Flush();
-    image.Clear(colour);
-    painter->ReloadImageBuffer();
+    const bool transparent = colour.alpha == 0 && colour.red == 0 && colour.green == 0 &&
+                             colour.blue == 0;
+    // A recycled child is transparent already.
+    if (!(clean && transparent)) {
+        painter->Flush();
+        image.Clear(colour);
+        painter->ReloadImageBuffer();
+        if (transparent) {
+            touched = false;
+            clean = true;
+        } else {
+            TouchAll();
+        }
+    }
     InstallTransform();
     return LProcessResultOk;
 }
@@ -96,7 +188,13 @@ void KVRenderImageBuffer::Flush() {
 }
 
 KVRenderImageBuffer* KVRenderImageBuffer::NewChild() {
-    auto* made = new KVRenderImageBuffer(image.width, image.height);
+    KVRenderImageBuffer* made = nullptr;
+    if (spare) {
+        made = spare;
+        spare = nullptr;
+    } else {
+        made = new KVRenderImageBuffer(image.width, image.height);
+    }
     delete child;
     child = made;
     return made;
@@ -137,7 +235,12 @@ void KVRenderImageBuffer::FinishTransform(bool flushChild) {
     const LImageBuffer& from = child->image;
     const int w = from.width, h = from.height;
     LProcessInterfaceVoid quiet;
-    if (from.IsValid() && image.IsValid()) {
+    // Pixels the child never drew on are transparent, and composing a
+    // transparent pixel changes nothing: only the touched area is composed,
+    // wherever the result cannot depend on the rest.
+    const bool whole = child->touchX1 == 0 && child->touchY1 == 0 && child->touchX2 == w &&
+                       child->touchY2 == h;
+    if (from.IsValid() && image.IsValid() && child->touched) {
         if (rotation != 0) {
             LImageBuffer placed;
             LImage::New(placed, w, h, LPixelFormatB8G8R8A8);
@@ -157,8 +260,12 @@ void KVRenderImageBuffer::FinishTransform(bool flushChild) {
                 }
             }
         } else if (translateX != 0 || translateY != 0) {
-            LImage::CopyAlphaComposite(from, image, static_cast<int>(Round(translateX)),
-                                       static_cast<int>(Round(translateY)), 0, 0, w, h);
+            const KVRenderImageBuffer& c = *child;
+            LImage::CopyAlphaComposite(from, image,
+                                       static_cast<int>(Round(translateX)) + c.touchX1,
+                                       static_cast<int>(Round(translateY)) + c.touchY1,
+                                       c.touchX1, c.touchY1, c.touchX2 - c.touchX1,
+                                       c.touchY2 - c.touchY1);
         } else if (scaleX != 1.0f || scaleY != 1.0f) {
             LImageBuffer scaled;
             if (LImage::Resize(quiet, from, scaled, static_cast<int>(Round(w * scaleX)),
@@ -168,12 +275,25 @@ void KVRenderImageBuffer::FinishTransform(bool flushChild) {
                 LImage::CopyAlphaComposite(scaled, image, 0, 0, 0, 0, scaled.width,
                                            scaled.height);
         } else {
-            LImage::CopyAlphaComposite(from, image, 0, 0, 0, 0, w, h);
+            const KVRenderImageBuffer& c = *child;
+            LImage::CopyAlphaComposite(from, image, c.touchX1, c.touchY1, c.touchX1, c.touchY1,
+                                       c.touchX2 - c.touchX1, c.touchY2 - c.touchY1);
+        }
+        // This target may itself be a child.
+        if (rotation != 0 || scaleX != 1.0f || scaleY != 1.0f || whole) {
+            TouchAll();
+        } else {
+            const int ox = static_cast<int>(Round(translateX)),
+                      oy = static_cast<int>(Round(translateY));
+            TouchPixels(child->touchX1 + ox, child->touchY1 + oy, child->touchX2 + ox,
+                        child->touchY2 + oy);
         }
     }
     if (painter)
         painter->ReloadImageBuffer();
-    delete child;
+    child->Recycle();
+    delete spare;
+    spare = child;
     child = nullptr;
 }
 
@@ -199,6 +319,7 @@ LProcessResult KVRenderImageBuffer::DrawRect(LProcessInterface& /*process*/, flo
     if (lineWidth == 0)
         return LProcessResultOk;
     LPaintSurface::DrawRectangle(Surface(), bounds, LGuiSolidBrush(lineColour), lineWidth);
+    Touch(bounds, lineWidth);
     return LProcessResultOk;
 }
 
@@ -220,6 +341,7 @@ LProcessResult KVRenderImageBuffer::FillBoxShape(LProcessInterface& /*process*/,
         else
             LPaintSurface::DrawRectangle(c, bounds, line, lineWidth);
     }
+    Touch(bounds, std::max(lineWidth, 1.0f));
     return LProcessResultOk;
 }
 
@@ -253,6 +375,7 @@ LProcessResult KVRenderImageBuffer::DrawEllipse(LProcessInterface& /*process*/, 
         return LProcessResultOk;
     LPaintSurface::DrawEllipse(Surface(), bounds.x1, bounds.y1, bounds.GetWidth(),
                                bounds.GetHeight(), LGuiSolidBrush(lineColour), lineWidth);
+    Touch(bounds, lineWidth);
     return LProcessResultOk;
 }
 
@@ -290,6 +413,8 @@ LProcessResult KVRenderImageBuffer::DrawPoly(LProcessInterface& /*process*/, flo
     path.AddLines(points, pointCount);
     path.CloseFigure();
     LPaintSurface::DrawPath(Surface(), LGuiSolidBrush(lineColour), path, lineWidth);
+    // A mitre reaches at most its limit of ten half widths out.
+    Touch(path.GetBounds(), 5 * lineWidth);
     return LProcessResultOk;
 }
 
@@ -304,6 +429,7 @@ LProcessResult KVRenderImageBuffer::FillPolyWith(const LGuiBrush& fill, float li
     LPaintSurface::FillPath(Surface(), fill, path);
     if (lineWidth > 0 && lineColour.alpha != 0)
         LPaintSurface::DrawPath(Surface(), LGuiSolidBrush(lineColour), path, lineWidth);
+    Touch(path.GetBounds(), 5 * std::max(lineWidth, 0.0f));
     return LProcessResultOk;
 }
 
@@ -363,6 +489,9 @@ LProcessResult KVRenderImageBuffer::DrawLine(LProcessInterface& /*process*/, flo
     if (start)
         LPaintSurface::FillPath(Surface(), brush, *start);
     LPaintSurface::DrawLine(Surface(), x1, y1, x2, y2, brush, lineWidth, &style);
+    // Cap shapes reach a width and a half from the ends.
+    Touch(KVBox(std::min(x1, x2), std::min(y1, y2), std::max(x1, x2), std::max(y1, y2)),
+          2 * std::fabs(lineWidth) + 1);
     return LProcessResultOk;
 }
 
@@ -372,6 +501,7 @@ bool KVRenderImageBuffer::FastFillPath(const LGraphicsPath& path, const LGuiColo
     const LGuiSolidBrush brush(colour);
     LPaintSurface::DrawPath(Surface(), brush, path, 1.0f);
     LPaintSurface::FillPath(Surface(), brush, path);
+    Touch(path.GetBounds(), 5);
     return true;
 }
 
@@ -384,9 +514,14 @@ LProcessResult KVRenderImageBuffer::DrawPath(LProcessInterface& process, KVBrush
         return LProcessResultError;
     const int type = static_cast<int>(brushType);
     const bool render = width <= 1.0f || ((type == 0 || type == 8) && !pressure);
-    if (render)
-        return RenderPath(process, Surface(), segments, brushType, style, width, colour,
-                          colour.alpha / 255.0f, blurRadius, bounds);
+    if (render) {
+        const LProcessResult r = RenderPath(process, Surface(), segments, brushType, style,
+                                            width, colour, colour.alpha / 255.0f, blurRadius,
+                                            bounds);
+        // The stroke's layer.
+        Touch(bounds, 2.0f * blurRadius + std::fabs(width) + 1);
+        return r;
+    }
     // Types above 9, the stamped brushes (stamps are not drawn yet) and the
     // two crayon passes that only the crayon reaches.
     return LProcessResultError;
@@ -456,6 +591,7 @@ LProcessResult KVRenderImageBuffer::FillPathWith(KVSegments segments, const LGui
         LPaintSurface::DrawPath(Surface(), LGuiSolidBrush(LGuiColorAlpha(lineColour, 255)), path,
                                 lineWidth, &style);
     }
+    Touch(path.GetBounds(), std::max(lineWidth, 0.0f) + 1);
     return LProcessResultOk;
 }
 
@@ -493,6 +629,9 @@ LProcessResult KVRenderImageBuffer::DrawImage(LProcessInterface& /*process*/,
     LPaintSurface::DrawImage(Surface(), pixels, static_cast<float>(x), static_cast<float>(y),
                              static_cast<float>(width), static_cast<float>(height), 1.0f,
                              LPaintInterpolationLinear);
+    Touch(KVBox(static_cast<float>(std::min(x, x + width)), static_cast<float>(std::min(y, y + height)),
+                static_cast<float>(std::max(x, x + width)), static_cast<float>(std::max(y, y + height))),
+          1);
     return LProcessResultOk;
 }
 
@@ -514,6 +653,8 @@ LProcessResult KVRenderImageBuffer::DrawText(LProcessInterface& /*process*/, con
     format.option2 = 0;
     const LGuiSolidBrush brush(colour);
     LPaintSurface::DrawText(Surface(), text ? text : "", box, format, &brush);
+    // Wrapped lines may run past the box.
+    TouchAll();
     return LProcessResultOk;
 }
 

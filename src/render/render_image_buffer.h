@@ -233,7 +233,22 @@ private:
     LProcessResult FillPathWith(KVSegments segments, const LGuiBrush& fill, float lineWidth,
                                 LGuiColor lineColour);
 
+    // What the drawing since the last clear may have changed, in pixels,
+    // right and bottom exclusive, so that a child is composed and cleaned
+    // only there: a transformed element costs in proportion to its size.
+    void Touch(const KVBox& box, float pad);
+    void TouchAll();
+    void TouchPixels(int x1, int y1, int x2, int y2);
+    // Ready to be a new child again: no transform, all transparent.
+    void Recycle();
+
     LImageBuffer image;
     std::unique_ptr<LImageBufferPainter> painter;
     KVRenderImageBuffer* child = nullptr;
+    // A finished child kept, cleaned, for the next Begin...
+    KVRenderImageBuffer* spare = nullptr;
+    // The picture is known to be all transparent.
+    bool clean = false;
+    bool touched = false;
+    int touchX1 = 0, touchY1 = 0, touchX2 = 0, touchY2 = 0;
 };

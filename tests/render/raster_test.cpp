@@ -517,3 +517,68 @@ TEST(RasterTarget, TargetWithoutAPictureRefusesToDraw) {
     EXPECT_FALSE(t.SaveAsFile("x.png"));
     EXPECT_FALSE(t.DoesImageUseMetadata());
 }
+
+// Children are composed and cleaned only where they were drawn on, and a
+// finished child is kept for the next one: the pixels must still be those of
+// composing whole fresh pictures.
+TEST(RasterTransform, TouchedAreaComposingKeepsEveryPixel) {
+    LProcessInterfaceVoid v;
+    struct Step {
+        float degrees; // 0: moved instead
+        KVBox box;
+    };
+    const Step steps[] = {{30, KVBox(20, 20, 60, 40)},  {-45, KVBox(70, 10, 110, 70)},
+                          {10, KVBox(10, 50, 50, 90)},  {75, KVBox(40, 30, 90, 60)},
+                          {0, KVBox(20, 20, 60, 40)},   {0, KVBox(70, 10, 110, 70)},
+                          {0, KVBox(10, 50, 50, 90)},   {0, KVBox(40, 30, 90, 60)}};
+    KVRenderImageBuffer fast(120, 100), full(120, 100);
+    fast.Clear(kWhite);
+    full.Clear(kWhite);
+    for (const Step& s : steps) {
+        const KVPoint centre{(s.box.x1 + s.box.x2) / 2, (s.box.y1 + s.box.y2) / 2};
+        // One kind of drawing per step, so that each one's area is tested.
+        const int kind = static_cast<int>(&s - steps) % 4;
+        auto draw = [&](KVRenderImage& t) {
+            KVPoint tri[3] = {{s.box.x1, s.box.y2}, {centre.x, s.box.y1}, {s.box.x2, s.box.y2}};
+            if (kind == 0)
+                t.FillEllipse(v, 3, kBlue, LGuiColorAlpha(255, 0, 0, 160), s.box);
+            else if (kind == 1)
+                t.DrawPoly(v, 4, LGuiColorAlpha(0, 128, 0, 255), tri, 3, s.box);
+            else if (kind == 2)
+                t.DrawText(v, "Ab", 14, false, false, false, "DejaVu Sans", LAlignmentXLeft,
+                           kBlue, s.box);
+            else
+                t.DrawLine(v, 3, kBlue, KVLineCapDiamond, KVLineCapSquare45, LLineDashDash,
+                           s.box.x1, s.box.y1, s.box.x2, s.box.y2);
+        };
+        if (s.degrees != 0) {
+            draw(*fast.BeginRotate(s.degrees, centre));
+            fast.FinishRotate();
+        } else {
+            draw(*fast.BeginTranslate(3, -2));
+            fast.FinishTranslate();
+        }
+
+        // The whole picture, as a new child gives it.
+        KVRenderImageBuffer layer(120, 100);
+        layer.rotation = s.degrees;
+        layer.centreX = centre.x;
+        layer.centreY = centre.y;
+        if (s.degrees == 0) {
+            layer.translateX = 3;
+            layer.translateY = -2;
+        }
+        layer.Clear(LPixelColour());
+        draw(layer);
+        layer.Flush();
+        full.Flush();
+        LImage::CopyAlphaComposite(layer.GetImage(), full.GetImage(), 0, 0, 0, 0, 120, 100);
+        full.Flush();
+        EXPECT_EQ(MeanDifference(fast, full), 0) << "step " << kind << " turned " << s.degrees;
+    }
+    // Nothing drawn on the kept child is left to reappear.
+    KVRenderImage* again = fast.BeginTranslate(0, 0);
+    fast.FinishTranslate();
+    (void)again;
+    EXPECT_EQ(MeanDifference(fast, full), 0);
+}
