@@ -614,13 +614,15 @@ LProcessResult KVRenderImageBuffer::FillPath(LProcessInterface& /*process*/, KVS
     return FillPathWith(segments, *brush, lineWidth, lineColour);
 }
 
-LProcessResult KVRenderImageBuffer::DrawImage(LProcessInterface& /*process*/,
+LProcessResult KVRenderImageBuffer::DrawImage(LProcessInterface& process,
                                               const LImageBuffer& picture, int x, int y, int width,
                                               int height) {
     if (!HasSurface())
         return LProcessResultError;
-    if (!picture.IsValid() || picture.format != LPixelFormatB8G8R8A8)
+    if (!picture.IsValid() || picture.format != LPixelFormatB8G8R8A8) {
+        process.SetError("The picture has no pixels of 8-bit colour and alpha to draw.");
         return LProcessResultError;
+    }
     LPaintPixels pixels;
     pixels.data = picture.GetPictureRow(0);
     pixels.width = picture.width;

@@ -518,6 +518,25 @@ TEST(RasterTarget, TargetWithoutAPictureRefusesToDraw) {
     EXPECT_FALSE(t.DoesImageUseMetadata());
 }
 
+TEST(RasterTarget, PicturesAreDrawnAtTheirPlaceAndBadOnesRefused) {
+    ErrorProcess process;
+    KVRenderImageBuffer t(40, 30);
+    t.Clear(LPixelColour());
+    LImageBuffer empty;
+    EXPECT_EQ(t.DrawImage(process, empty, 0, 0, 10, 10), LProcessResultError);
+    EXPECT_FALSE(process.error.empty());
+    LImageBuffer dot;
+    LImage::New(dot, 4, 3, LPixelFormatB8G8R8A8);
+    ASSERT_TRUE(dot.IsValid());
+    dot.Clear(LPixelColour(0, 0, 255, 255));
+    ASSERT_EQ(t.DrawImage(process, dot, 10, 5, 4, 3), LProcessResultOk);
+    const Ink ink = FindInk(t, 128);
+    EXPECT_EQ(ink.x1, 10);
+    EXPECT_EQ(ink.y1, 5);
+    EXPECT_EQ(ink.x2, 13);
+    EXPECT_EQ(ink.y2, 7);
+}
+
 // Children are composed and cleaned only where they were drawn on, and a
 // finished child is kept for the next one: the pixels must still be those of
 // composing whole fresh pictures.
