@@ -1,0 +1,254 @@
+#pragma once
+// The render target that paints pixels: the screen, raster exports, the
+// clipboard and the printer all render through it. It owns one picture and
+// the painter over it; a transform's content is drawn on a child of the same
+// size whose surface carries the transform, so vector drawing stays sharp,
+// and the child is composed into this picture when the transform finishes.
+
+#include <memory>
+
+#include "foundation/ptr.h"
+#include "imaging/image_buffer.h"
+#include "imaging/image_painter.h"
+#include "render/render_image.h"
+
+class LGuiBrush;
+
+class KVRenderImageBuffer : public KVRenderImage {
+public:
+    // The picture is not cleared: whoever makes a target calls Clear.
+    KVRenderImageBuffer(int width, int height);
+    ~KVRenderImageBuffer() override;
+    KVRenderImageBuffer(const KVRenderImageBuffer&) = delete;
+    KVRenderImageBuffer& operator=(const KVRenderImageBuffer&) = delete;
+
+    LImageBuffer& GetImage() { return image; }
+    // The deepest target in drawing, and the one just above it.
+    KVRenderImageBuffer* GetCurrentImage();
+    KVRenderImageBuffer* GetClosingImage();
+
+    bool SaveAsFile(const char* path) override;
+
+    KVRenderImage* BeginRotate(float degrees, KVPoint centre) override;
+    void FinishRotate() override { FinishTransform(true); }
+    KVRenderImage* BeginScale(float x, float y) override;
+    void FinishScale() override { FinishTransform(true); }
+    KVRenderImage* BeginTranslate(float x, float y) override;
+    void FinishTranslate() override { FinishTransform(true); }
+    // Composes the child into this picture and drops it.
+    void FinishTransform(bool flushChild);
+
+    // Brings the picture up to date and puts the transform back on the
+    // surface; on a rotated child the rotation is then applied twice, so
+    // nothing may be drawn on a child after its flush.
+    void Flush() override;
+    bool DoesImageUseMetadata() override { return false; }
+
+    // Also installs the transform: rotation about the centre, then scale,
+    // then translation.
+    LProcessResult Clear(LPixelColour colour) override;
+    LProcessResult EraserStroke(LProcessInterface& process,
+                                LListIterator<KVEraserStroke> strokes) override;
+
+    LProcessResult DrawPoly(LProcessInterface& process, float lineWidth,
+                            const LGuiColorAlpha& lineColour, KVPoint* points,
+                            unsigned long pointCount, const KVBox& bounds) override;
+    LProcessResult FillPoly(LProcessInterface& process, float lineWidth,
+                            const LGuiColorAlpha& lineColour, const LGuiColorAlpha& fillColour,
+                            KVPoint* points, unsigned long pointCount,
+                            const KVBox& bounds) override;
+    LProcessResult FillPoly(LProcessInterface& process, const KVGradient& gradient,
+                            float lineWidth, const LGuiColorAlpha& lineColour, KVPoint* points,
+                            unsigned long pointCount, const KVBox& bounds) override;
+    LProcessResult DrawPolyShadow(LProcessInterface&, KVPoint*, unsigned long, const KVBox&, float,
+                                  bool, const KVDropShadow&) override {
+        return LProcessResultError;
+    }
+    LProcessResult DrawPolyBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&, KVPoint*,
+                                       unsigned long, const KVBox&,
+                                       const KVBevelEmboss&) override {
+        return LProcessResultError;
+    }
+    LProcessResult FillPolyBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&,
+                                       const LGuiColorAlpha&, KVPoint*, unsigned long,
+                                       const KVBox&, const KVBevelEmboss&) override {
+        return LProcessResultError;
+    }
+    LProcessResult FillPolyBevelEmboss(LProcessInterface&, const KVGradient&, float,
+                                       const LGuiColorAlpha&, KVPoint*, unsigned long,
+                                       const KVBox&, const KVBevelEmboss&) override {
+        return LProcessResultError;
+    }
+
+    LProcessResult DrawEllipse(LProcessInterface& process, float lineWidth,
+                               const LGuiColorAlpha& lineColour, const KVBox& bounds) override;
+    LProcessResult FillEllipse(LProcessInterface& process, float lineWidth,
+                               const LGuiColorAlpha& lineColour, const LGuiColorAlpha& fillColour,
+                               const KVBox& bounds) override;
+    LProcessResult FillEllipse(LProcessInterface& process, const KVGradient& gradient,
+                               float lineWidth, const LGuiColorAlpha& lineColour,
+                               const KVBox& bounds) override;
+    LProcessResult DrawEllipseShadow(LProcessInterface&, const KVBox&, float, bool,
+                                     const KVDropShadow&) override {
+        return LProcessResultError;
+    }
+    LProcessResult DrawEllipseBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&,
+                                          const KVBox&, const KVBevelEmboss&) override {
+        return LProcessResultError;
+    }
+    LProcessResult FillEllipseBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&,
+                                          const LGuiColorAlpha&, const KVBox&,
+                                          const KVBevelEmboss&) override {
+        return LProcessResultError;
+    }
+    LProcessResult FillEllipseBevelEmboss(LProcessInterface&, const KVGradient&, float,
+                                          const LGuiColorAlpha&, const KVBox&,
+                                          const KVBevelEmboss&) override {
+        return LProcessResultError;
+    }
+
+    LProcessResult DrawRect(LProcessInterface& process, float lineWidth,
+                            const LGuiColorAlpha& lineColour, const KVBox& bounds) override;
+    LProcessResult FillRect(LProcessInterface& process, float lineWidth,
+                            const LGuiColorAlpha& lineColour, const LGuiColorAlpha& fillColour,
+                            const KVBox& bounds) override;
+    LProcessResult FillRect(LProcessInterface& process, const KVGradient& gradient,
+                            float lineWidth, const LGuiColorAlpha& lineColour,
+                            const KVBox& bounds) override;
+    LProcessResult DrawRectShadow(LProcessInterface&, const KVBox&, float, bool,
+                                  const KVDropShadow&) override {
+        return LProcessResultError;
+    }
+    LProcessResult DrawRectBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&,
+                                       const KVBox&, const KVBevelEmboss&) override {
+        return LProcessResultError;
+    }
+    LProcessResult FillRectBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&,
+                                       const LGuiColorAlpha&, const KVBox&,
+                                       const KVBevelEmboss&) override {
+        return LProcessResultError;
+    }
+    LProcessResult FillRectBevelEmboss(LProcessInterface&, const KVGradient&, float,
+                                       const LGuiColorAlpha&, const KVBox&,
+                                       const KVBevelEmboss&) override {
+        return LProcessResultError;
+    }
+
+    LProcessResult DrawLine(LProcessInterface& process, float lineWidth,
+                            const LGuiColorAlpha& lineColour, KVLineCapStyle startCap,
+                            KVLineCapStyle endCap, LLineDashStyle dash, float x1, float y1,
+                            float x2, float y2) override;
+
+    bool FastFillPath(const LGraphicsPath& path, const LGuiColorAlpha& colour) override;
+    using KVRenderImage::FastFillPath;
+
+    LProcessResult DrawPath(LProcessInterface& process, KVBrushType brushType,
+                            KVSegments segments, const LLineStyle& style, float width,
+                            LGuiColorAlpha colour, const KVBox& bounds, unsigned char blurRadius,
+                            const KVPressure* pressure) override;
+    LProcessResult FillPath(LProcessInterface& process, KVSegments segments, float lineWidth,
+                            LGuiColor lineColour, LGuiColorAlpha fillColour) override;
+    LProcessResult FillPath(LProcessInterface& process, KVSegments segments, float lineWidth,
+                            LGuiColor lineColour, const KVGradient& gradient,
+                            const KVBox& bounds) override;
+    LProcessResult DrawPathShadow(LProcessInterface&, KVBrushType, KVSegments, float, bool,
+                                  const KVDropShadow&, const KVBox&,
+                                  const KVPressure*) override {
+        return LProcessResultError;
+    }
+    LProcessResult DrawPathBevelEmboss(LProcessInterface&, KVBrushType, KVSegments, float,
+                                       LGuiColor, const KVBevelEmboss&, const KVBox&,
+                                       const KVPressure*) override {
+        return LProcessResultError;
+    }
+    LProcessResult FillPathBevelEmboss(LProcessInterface&, KVBrushType, KVSegments, float,
+                                       LGuiColor, LGuiColorAlpha, const KVBox&,
+                                       const KVBevelEmboss&, const KVPressure*) override {
+        return LProcessResultError;
+    }
+    LProcessResult FillPathBevelEmboss(LProcessInterface&, KVBrushType, KVSegments, float,
+                                       LGuiColor, const KVGradient&, const KVBox&,
+                                       const KVBevelEmboss&, const KVPressure*) override {
+        return LProcessResultError;
+    }
+
+    LProcessResult DrawImage(LProcessInterface& process, const LImageBuffer& picture, int x, int y,
+                             int width, int height) override;
+
+    LProcessResult DrawText(LProcessInterface& process, const char* text, unsigned long size,
+                            bool bold, bool italic, bool underline, const char* face,
+                            LAlignmentX align, LGuiColorAlpha colour, KVBox box) override;
+    LProcessResult DrawTextShadow(LProcessInterface&, const char*, unsigned long, bool, bool, bool,
+                                  const char*, LAlignmentX, KVBox,
+                                  const KVDropShadow&) override {
+        return LProcessResultError;
+    }
+    LProcessResult DrawTextBevelEmboss(LProcessInterface&, const char*, unsigned long, bool, bool,
+                                       bool, const char*, LAlignmentX, KVBox,
+                                       const KVBevelEmboss&) override {
+        return LProcessResultError;
+    }
+
+    // The stroke of a path on a layer of its own, placed on `surface`; the
+    // layer can be blurred without mixing in anything but the stroke.
+    static LProcessResult RenderPath(LProcessInterface& process, LPaintContext& surface,
+                                     KVSegments segments, KVBrushType brushType,
+                                     const LLineStyle& style, float width, LGuiColorAlpha colour,
+                                     float alpha, unsigned char blurRadius, const KVBox& bounds);
+
+    // The brush of a gradient record over a box; false when none was made.
+    static bool CreateGradient(LPtr<LGuiBrush>& brush, const KVGradient& gradient,
+                               const KVBox& box);
+
+    // A text as a picture for the effects: `colour` everywhere, with the
+    // text's coverage as alpha. 2 when no picture could be made.
+    static LProcessResult DrawText(LProcessInterface& process, LImageBuffer& out, const char* text,
+                                   unsigned long size, bool bold, bool italic, bool underline,
+                                   const char* face, LAlignmentX align, int width, int height,
+                                   LGuiColorAlpha colour);
+
+    // The box filled under an outline of this width: a fill never shows a
+    // seam under its outline.
+    static KVBox GetFillBox(const KVBox& bounds, float lineWidth);
+
+    // The transform a Begin... gave this target.
+    float rotation = 0;
+    float scaleX = 1.0f, scaleY = 1.0f;
+    float translateX = 0, translateY = 0;
+    float centreX = 0, centreY = 0;
+    LGuiColorAlpha glowColour{0, 0, 0, 255};
+    float glowSize = 0;
+
+private:
+    bool HasSurface() const { return painter && painter->IsValid(); }
+    LPaintContext& Surface() { return painter->context; }
+    void InstallTransform();
+    KVRenderImageBuffer* NewChild();
+    LProcessResult FillBoxShape(LProcessInterface& process, const LGuiBrush& fill, float lineWidth,
+                                const LGuiColorAlpha& lineColour, const KVBox& bounds,
+                                bool ellipse);
+    LProcessResult FillPolyWith(const LGuiBrush& fill, float lineWidth,
+                                const LGuiColorAlpha& lineColour, KVPoint* points,
+                                unsigned long pointCount);
+    LProcessResult FillPathWith(KVSegments segments, const LGuiBrush& fill, float lineWidth,
+                                LGuiColor lineColour);
+
+    // What the drawing since the last clear may have changed, in pixels,
+    // right and bottom exclusive, so that a child is composed and cleaned
+    // only there: a transformed element costs in proportion to its size.
+    void Touch(const KVBox& box, float pad);
+    void TouchAll();
+    void TouchPixels(int x1, int y1, int x2, int y2);
+    // Ready to be a new child again: no transform, all transparent.
+    void Recycle();
+
+    LImageBuffer image;
+    std::unique_ptr<LImageBufferPainter> painter;
+    KVRenderImageBuffer* child = nullptr;
+    // A finished child kept, cleaned, for the next Begin...
+    KVRenderImageBuffer* spare = nullptr;
+    // The picture is known to be all transparent.
+    bool clean = false;
+    bool touched = false;
+    int touchX1 = 0, touchY1 = 0, touchX2 = 0, touchY2 = 0;
+};
