@@ -2,6 +2,7 @@
 
 #include "imaging/image_export.h"
 #include "imaging/image_file.h"
+#include "render/render_image_buffer.h"
 #include "persistence/project_file.h"
 
 volatile std::sig_atomic_t KVConsoleProcess::stopRequested = 0;
@@ -51,21 +52,42 @@ void KVConsoleProcess::Finish() {
 namespace {
 
 // Makes the picture that is to be saved: a raster file is that picture; a
-// project is loaded, and then to be rendered at the size of its current
-// image. The render waits for the raster back end; once it is there:
-//     KVImage* image = project.GetCurrentImage();
-//     KVRenderImageBuffer target(image->GetWidth(), image->GetHeight());
-//     result = project.Render(process, target);
-//     picture.Assign(target's picture);
+// project is loaded and rendered, as on screen, at the size of its current
+// image over its background colour.
 LProcessResult KVExportMakePicture(LProcessInterface& process, const char* input,
                                    LImageBuffer& picture) {
     if (KVGetExportKind(input) == KVExportKindProject) {
         KVProject project;
-        const LProcessResult loaded = KVProjectFileLoad(process, project, input);
-        if (loaded != LProcessResultOk)
-            return loaded;
-        process.SetError("Rendering projects is not available in this version.");
-        return LProcessResultError;
+        {
+            LProcessInterfaceSubProcess loading(process, 0, 0.3);
+            const LProcessResult loaded = KVProjectFileLoad(loading, project, input);
+            if (loaded != LProcessResultOk)
+                return loaded;
+        }
+        KVImage* image = project.GetCurrentImage();
+        if (!image)
+            return LProcessResultError;
+        const unsigned long limit = 32767;
+        if (image->GetWidth() == 0 || image->GetHeight() == 0 || image->GetWidth() > limit ||
+            image->GetHeight() > limit) {
+            process.SetErrorF("The picture of %lu by %lu pixels cannot be made.",
+                              image->GetWidth(), image->GetHeight());
+            return LProcessResultError;
+        }
+        KVRenderImageBuffer target(static_cast<int>(image->GetWidth()),
+                                   static_cast<int>(image->GetHeight()));
+        if (target.Clear(image->GetBackground()) != LProcessResultOk) {
+            process.SetErrorF("The picture of %lu by %lu pixels cannot be made.",
+                              image->GetWidth(), image->GetHeight());
+            return LProcessResultError;
+        }
+        LProcessInterfaceSubProcess rendering(process, 0.3, 0.7);
+        const LProcessResult rendered = project.Render(rendering, target);
+        if (rendered != LProcessResultOk)
+            return rendered;
+        target.Flush();
+        picture.Assign(target.GetImage());
+        return LProcessResultOk;
     }
     // Everything the library can read, not only what the open dialog offers.
     const LImageCodecVetoer vetoer;

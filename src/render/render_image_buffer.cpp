@@ -297,10 +297,10 @@ void KVRenderImageBuffer::FinishTransform(bool flushChild) {
     child = nullptr;
 }
 
-LProcessResult KVRenderImageBuffer::EraserStroke(LProcessInterface& /*process*/,
+LProcessResult KVRenderImageBuffer::EraserStroke(LProcessInterface& process,
                                                  LListIterator<KVEraserStroke> strokes) {
     // Cutting strokes out of the picture comes with the brushes.
-    return strokes ? LProcessResultError : LProcessResultOk;
+    return strokes ? KVRenderUnavailable(process, "Erase strokes") : LProcessResultOk;
 }
 
 KVBox KVRenderImageBuffer::GetFillBox(const KVBox& bounds, float lineWidth) {
@@ -522,9 +522,11 @@ LProcessResult KVRenderImageBuffer::DrawPath(LProcessInterface& process, KVBrush
         Touch(bounds, 2.0f * blurRadius + std::fabs(width) + 1);
         return r;
     }
-    // Types above 9, the stamped brushes (stamps are not drawn yet) and the
-    // two crayon passes that only the crayon reaches.
-    return LProcessResultError;
+    // Types above 9, and the two crayon passes that only the crayon reaches.
+    if (type > 9 || type == 5 || type == 6)
+        return LProcessResultError;
+    // The stamped brushes.
+    return KVRenderUnavailable(process, "Brush strokes of this kind");
 }
 
 LProcessResult KVRenderImageBuffer::RenderPath(LProcessInterface& process, LPaintContext& surface,

@@ -14,6 +14,12 @@
 
 class LGuiBrush;
 
+// An effect this version does not draw yet: says so, and gives 2.
+inline LProcessResult KVRenderUnavailable(LProcessInterface& process, const char* what) {
+    process.SetErrorF("%s are not available in this version.", what);
+    return LProcessResultError;
+}
+
 class KVRenderImageBuffer : public KVRenderImage {
 public:
     // The picture is not cleared: whoever makes a target calls Clear.
@@ -60,24 +66,24 @@ public:
     LProcessResult FillPoly(LProcessInterface& process, const KVGradient& gradient,
                             float lineWidth, const LGuiColorAlpha& lineColour, KVPoint* points,
                             unsigned long pointCount, const KVBox& bounds) override;
-    LProcessResult DrawPolyShadow(LProcessInterface&, KVPoint*, unsigned long, const KVBox&, float,
+    LProcessResult DrawPolyShadow(LProcessInterface& process, KVPoint*, unsigned long, const KVBox&, float,
                                   bool, const KVDropShadow&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Drop shadows");
     }
-    LProcessResult DrawPolyBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&, KVPoint*,
+    LProcessResult DrawPolyBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&, KVPoint*,
                                        unsigned long, const KVBox&,
                                        const KVBevelEmboss&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
-    LProcessResult FillPolyBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&,
+    LProcessResult FillPolyBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
                                        const LGuiColorAlpha&, KVPoint*, unsigned long,
                                        const KVBox&, const KVBevelEmboss&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
-    LProcessResult FillPolyBevelEmboss(LProcessInterface&, const KVGradient&, float,
+    LProcessResult FillPolyBevelEmboss(LProcessInterface& process, const KVGradient&, float,
                                        const LGuiColorAlpha&, KVPoint*, unsigned long,
                                        const KVBox&, const KVBevelEmboss&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
 
     LProcessResult DrawEllipse(LProcessInterface& process, float lineWidth,
@@ -88,23 +94,23 @@ public:
     LProcessResult FillEllipse(LProcessInterface& process, const KVGradient& gradient,
                                float lineWidth, const LGuiColorAlpha& lineColour,
                                const KVBox& bounds) override;
-    LProcessResult DrawEllipseShadow(LProcessInterface&, const KVBox&, float, bool,
+    LProcessResult DrawEllipseShadow(LProcessInterface& process, const KVBox&, float, bool,
                                      const KVDropShadow&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Drop shadows");
     }
-    LProcessResult DrawEllipseBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&,
+    LProcessResult DrawEllipseBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
                                           const KVBox&, const KVBevelEmboss&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
-    LProcessResult FillEllipseBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&,
+    LProcessResult FillEllipseBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
                                           const LGuiColorAlpha&, const KVBox&,
                                           const KVBevelEmboss&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
-    LProcessResult FillEllipseBevelEmboss(LProcessInterface&, const KVGradient&, float,
+    LProcessResult FillEllipseBevelEmboss(LProcessInterface& process, const KVGradient&, float,
                                           const LGuiColorAlpha&, const KVBox&,
                                           const KVBevelEmboss&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
 
     LProcessResult DrawRect(LProcessInterface& process, float lineWidth,
@@ -115,23 +121,23 @@ public:
     LProcessResult FillRect(LProcessInterface& process, const KVGradient& gradient,
                             float lineWidth, const LGuiColorAlpha& lineColour,
                             const KVBox& bounds) override;
-    LProcessResult DrawRectShadow(LProcessInterface&, const KVBox&, float, bool,
+    LProcessResult DrawRectShadow(LProcessInterface& process, const KVBox&, float, bool,
                                   const KVDropShadow&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Drop shadows");
     }
-    LProcessResult DrawRectBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&,
+    LProcessResult DrawRectBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
                                        const KVBox&, const KVBevelEmboss&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
-    LProcessResult FillRectBevelEmboss(LProcessInterface&, float, const LGuiColorAlpha&,
+    LProcessResult FillRectBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
                                        const LGuiColorAlpha&, const KVBox&,
                                        const KVBevelEmboss&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
-    LProcessResult FillRectBevelEmboss(LProcessInterface&, const KVGradient&, float,
+    LProcessResult FillRectBevelEmboss(LProcessInterface& process, const KVGradient&, float,
                                        const LGuiColorAlpha&, const KVBox&,
                                        const KVBevelEmboss&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
 
     LProcessResult DrawLine(LProcessInterface& process, float lineWidth,
@@ -151,25 +157,25 @@ public:
     LProcessResult FillPath(LProcessInterface& process, KVSegments segments, float lineWidth,
                             LGuiColor lineColour, const KVGradient& gradient,
                             const KVBox& bounds) override;
-    LProcessResult DrawPathShadow(LProcessInterface&, KVBrushType, KVSegments, float, bool,
+    LProcessResult DrawPathShadow(LProcessInterface& process, KVBrushType, KVSegments, float, bool,
                                   const KVDropShadow&, const KVBox&,
                                   const KVPressure*) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Drop shadows");
     }
-    LProcessResult DrawPathBevelEmboss(LProcessInterface&, KVBrushType, KVSegments, float,
+    LProcessResult DrawPathBevelEmboss(LProcessInterface& process, KVBrushType, KVSegments, float,
                                        LGuiColor, const KVBevelEmboss&, const KVBox&,
                                        const KVPressure*) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
-    LProcessResult FillPathBevelEmboss(LProcessInterface&, KVBrushType, KVSegments, float,
+    LProcessResult FillPathBevelEmboss(LProcessInterface& process, KVBrushType, KVSegments, float,
                                        LGuiColor, LGuiColorAlpha, const KVBox&,
                                        const KVBevelEmboss&, const KVPressure*) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
-    LProcessResult FillPathBevelEmboss(LProcessInterface&, KVBrushType, KVSegments, float,
+    LProcessResult FillPathBevelEmboss(LProcessInterface& process, KVBrushType, KVSegments, float,
                                        LGuiColor, const KVGradient&, const KVBox&,
                                        const KVBevelEmboss&, const KVPressure*) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
 
     LProcessResult DrawImage(LProcessInterface& process, const LImageBuffer& picture, int x, int y,
@@ -178,15 +184,15 @@ public:
     LProcessResult DrawText(LProcessInterface& process, const char* text, unsigned long size,
                             bool bold, bool italic, bool underline, const char* face,
                             LAlignmentX align, LGuiColorAlpha colour, KVBox box) override;
-    LProcessResult DrawTextShadow(LProcessInterface&, const char*, unsigned long, bool, bool, bool,
+    LProcessResult DrawTextShadow(LProcessInterface& process, const char*, unsigned long, bool, bool, bool,
                                   const char*, LAlignmentX, KVBox,
                                   const KVDropShadow&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Drop shadows");
     }
-    LProcessResult DrawTextBevelEmboss(LProcessInterface&, const char*, unsigned long, bool, bool,
+    LProcessResult DrawTextBevelEmboss(LProcessInterface& process, const char*, unsigned long, bool, bool,
                                        bool, const char*, LAlignmentX, KVBox,
                                        const KVBevelEmboss&) override {
-        return LProcessResultError;
+        return KVRenderUnavailable(process, "Bevel and emboss");
     }
 
     // The stroke of a path on a layer of its own, placed on `surface`; the

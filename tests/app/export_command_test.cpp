@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "document/shapes.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -112,18 +114,18 @@ TEST_F(Korvane, FailuresGiveAMessageAndStatusOne) {
         {"out.bmp", "in.png", "korvane: The image could not be saved\n"},
         {"out.png", "broken.png", "korvane: The image could not be loaded.\n"},
         {"out.png", "broken.kvp", "korvane: The file \"broken.kvp\" is not a project file.\n"},
-        {"out.png", "drawing.kvp", "korvane: Rendering projects is not available in this version.\n"},
+        {"out.png", "empty.kvp", "korvane: The picture of 0 by 10 pixels cannot be made.\n"},
         {"out.png", "no-such-format.xyz", "korvane: The file could not be found.\n"},
         {"no/folder/out.png", "in.png", "korvane: File could not be written.\n"},
     };
     ASSERT_TRUE(kvtest::WriteFile(dir.File("broken.png"), "\x89PNG\r\n\x1a\n and then nothing"));
     ASSERT_TRUE(kvtest::WriteFile(dir.File("broken.kvp"), "lsdf"));
     {
-        // A project loads; what is missing is only its render.
+        // A project that loads but has no picture to make.
         KVProject project;
-        project.AddNewImage(new KVImage("image", 10, 10, 72, LPixelColour()));
+        project.AddNewImage(new KVImage("image", 0, 10, 72, LPixelColour()));
         LProcessInterfaceVoid process;
-        ASSERT_EQ(KVProjectFileSave(process, project, dir.File("drawing.kvp").c_str()),
+        ASSERT_EQ(KVProjectFileSave(process, project, dir.File("empty.kvp").c_str()),
                   LProcessResultOk);
     }
     for (const Case& c : cases) {
@@ -132,6 +134,31 @@ TEST_F(Korvane, FailuresGiveAMessageAndStatusOne) {
         EXPECT_EQ(r.err, c.message);
         EXPECT_FALSE(kvtest::FileExists(dir.File(c.output))) << c.output;
     }
+}
+
+TEST_F(Korvane, AProjectIsRenderedAsOnScreenAndSaved) {
+    {
+        KVProject project;
+        auto* image = new KVImage("image", 40, 30, 72, LPixelColour(255, 255, 255, 255));
+        KVLayer* layer = project.AddNewImage(image);
+        KVRectangleElementProperties r;
+        r.SetRectangle({10, 10, 30, 20});
+        r.lineWidth = 0;
+        r.SetFill(LGuiColorAlpha(255, 0, 0, 255));
+        image->AddNewElement(new KVRectangleElement(r), layer, false, false);
+        LProcessInterfaceVoid process;
+        ASSERT_EQ(KVProjectFileSave(process, project, dir.File("drawing.kvp").c_str()),
+                  LProcessResultOk);
+    }
+    const Outcome r = Start("--export " + Q("drawing.png") + " " + Q("drawing.kvp"));
+    ASSERT_EQ(r.status, 0) << r.err;
+    LImageBuffer picture;
+    ASSERT_GT(LImage::Load(picture, dir.File("drawing.png").c_str(), 3000), 0u);
+    ASSERT_EQ(picture.width, 40);
+    ASSERT_EQ(picture.height, 30);
+    LImageConstIterator inside(picture, 20, 15, 1, 1, 0), outside(picture, 2, 2, 1, 1, 0);
+    EXPECT_EQ(inside.GetPacked(), 0xFFFF0000u); // the red rectangle
+    EXPECT_EQ(outside.GetPacked(), 0xFFFFFFFFu); // the white background
 }
 
 TEST(KorvaneConsole, ProgressOnATerminalIsOneLineRewritten) {
