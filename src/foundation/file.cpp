@@ -37,6 +37,20 @@ int _LFileOpenRetrying(const char* path, int flags, unsigned int timeoutMs) {
     }
 }
 
+// Opens like _LFileOpenRetrying and refuses a folder (errno EISDIR).
+int _LFileOpenRegular(const char* path, int flags, unsigned int timeoutMs) {
+    const int descriptor = _LFileOpenRetrying(path, flags, timeoutMs);
+    if (descriptor < 0)
+        return -1;
+    struct stat st;
+    if (fstat(descriptor, &st) != 0 || S_ISDIR(st.st_mode)) {
+        close(descriptor);
+        errno = EISDIR;
+        return -1;
+    }
+    return descriptor;
+}
+
 // Creates `folder`/kv-XXXXXX`ext` exclusively, mode 0600; the descriptor, or -1.
 int _LFileCreateUnique(char* path, unsigned long pathSize, const char* folder, const char* ext,
                        int flags) {
@@ -88,18 +102,13 @@ bool _LFileWriteAll(int fd, const unsigned char* src, unsigned long count) {
 
 bool LReadFile::Open(const char* path, unsigned int timeoutMs) {
     Close();
-    const int descriptor = _LFileOpenRetrying(path, O_RDONLY, timeoutMs);
+    const int descriptor = _LFileOpenRegular(path, O_RDONLY, timeoutMs);
     if (descriptor < 0)
         return false;
-    struct stat st;
-    if (fstat(descriptor, &st) != 0 || S_ISDIR(st.st_mode)) {
-        close(descriptor);
-        errno = EISDIR;
-        return false;
-    }
     fd = descriptor;
     position = 0;
-    size = st.st_size > 0 ? static_cast<unsigned long long>(st.st_size) : 0;
+    struct stat st;
+    size = fstat(fd, &st) == 0 && st.st_size > 0 ? static_cast<unsigned long long>(st.st_size) : 0;
     return true;
 }
 
@@ -252,14 +261,9 @@ void LWriteFile::Adopt(int descriptor) {
 
 bool LWriteFile::OpenWith(const char* path, int flags, unsigned int timeoutMs) {
     Close();
-    const int descriptor = _LFileOpenRetrying(path, flags, timeoutMs);
+    const int descriptor = _LFileOpenRegular(path, flags, timeoutMs);
     if (descriptor < 0)
         return false;
-    struct stat st;
-    if (fstat(descriptor, &st) != 0 || S_ISDIR(st.st_mode)) {
-        close(descriptor);
-        return false;
-    }
     append = (flags & O_APPEND) != 0;
     Adopt(descriptor);
     return true;

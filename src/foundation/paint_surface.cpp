@@ -56,6 +56,13 @@ void SetBaseMatrix(const LPaintContext& c) {
     cairo_set_matrix(c.context, &base);
 }
 
+// The path as cairo's current path, filled or clipped by non-zero winding.
+void SetWindingPath(cairo_t* cr, const LGraphicsPath& path) {
+    cairo_new_path(cr);
+    path.AppendToContext(cr);
+    cairo_set_fill_rule(cr, CAIRO_FILL_RULE_WINDING);
+}
+
 void AppendEllipse(cairo_t* cr, float x, float y, float w, float h) {
     LGraphicsPath path;
     path.AddEllipse(x + w / 2, y + h / 2, w / 2, h / 2);
@@ -170,9 +177,7 @@ void LPaintSurface::FillPath(LPaintContext& c, const LGuiBrush& brush,
         return;
     cairo_t* cr = c.context;
     AntialiasScope aa(cr, c.antialias);
-    cairo_new_path(cr);
-    path.AppendToContext(cr);
-    cairo_set_fill_rule(cr, CAIRO_FILL_RULE_WINDING);
+    SetWindingPath(cr, path);
     brush.Apply(cr, c.alpha);
     cairo_fill(cr);
     brush.Restore(cr);
@@ -409,9 +414,7 @@ void LPaintSurface::ClipIntersect(LPaintContext& c, const LGraphicsPath& path) {
         return;
     cairo_t* cr = c.context;
     AntialiasScope aa(cr, c.antialias);
-    cairo_new_path(cr);
-    path.AppendToContext(cr);
-    cairo_set_fill_rule(cr, CAIRO_FILL_RULE_WINDING);
+    SetWindingPath(cr, path);
     cairo_clip(cr);
 }
 
