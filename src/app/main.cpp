@@ -1,5 +1,5 @@
-// The korvane program. Without the editor window it runs headless: it prints
-// its help and version, and exports files from the command line.
+// The korvane program: the editor window, or, for --export, --help and
+// --version, a headless run that needs no display.
 
 #include <unistd.h>
 
@@ -8,15 +8,25 @@
 #include <cstdio>
 #include <cstring>
 
+#include <QApplication>
+
+#include <string>
+#include <vector>
+
 #include "app/export_command.h"
+#include "foundation/main_thread.h"
+#include "shell/main_dialog.h"
+#include "toolkit/main_queue.h"
 
 namespace {
 
 const char* const kUsage =
-    "Usage: korvane --export OUTPUT INPUT\n"
+    "Usage: korvane [FILE...]\n"
+    "       korvane --export OUTPUT INPUT\n"
     "       korvane --help | --version\n"
     "\n"
-    "Korvane Graphics Editor.\n"
+    "Korvane Graphics Editor. Without options it opens the editor window,\n"
+    "with each FILE (a .kvp project) in a tab of its own.\n"
     "\n"
     "  --export OUTPUT INPUT  read INPUT and save it as OUTPUT, in the format\n"
     "                         that OUTPUT's extension names: .png, .jpg, .jpeg,\n"
@@ -60,6 +70,34 @@ int Export(const char* output, const char* input) {
     return 1;
 }
 
+int RunEditor(int argc, char** argv) {
+    QApplication application(argc, argv);
+    // Qt takes on the user's locale, which would write "0,5" into files.
+    std::setlocale(LC_NUMERIC, "C");
+    QApplication::setApplicationName("korvane");
+    QApplication::setApplicationDisplayName("Korvane Graphics Editor");
+    QApplication::setDesktopFileName("korvane");
+
+    LQtMainThreadQueue queue;
+    LThreadRunOnMainThread::Init(queue);
+    int status;
+    {
+        MainDialog dialog;
+        dialog.InitDialog();
+        dialog.show();
+        // Qt has taken its own options out of argv by now.
+        std::vector<std::string> files;
+        for (int i = 1; i < argc; ++i)
+            files.emplace_back(argv[i]);
+        if (!files.empty())
+            dialog.EvAPICommand(files);
+        status = application.exec();
+    }
+    soApplicationEventLoopFinished.Set();
+    LThreadRunOnMainThread::Destroy();
+    return status;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -67,9 +105,7 @@ int main(int argc, char** argv) {
     // Numbers in files are written and read with a point, whatever the user's language.
     std::setlocale(LC_NUMERIC, "C");
 
-    if (argc < 2)
-        return UsageError("nothing to do: the editor window is not part of this version", nullptr);
-    const char* first = argv[1];
+    const char* first = argc > 1 ? argv[1] : "";
     if (std::strcmp(first, "--help") == 0 || std::strcmp(first, "-h") == 0) {
         std::fputs(kUsage, stdout);
         return 0;
@@ -83,5 +119,7 @@ int main(int argc, char** argv) {
             return UsageError("--export needs OUTPUT and INPUT", nullptr);
         return Export(argv[2], argv[3]);
     }
-    return UsageError("unknown option", first);
+    if (first[0] == '-' && first[1] == '-')
+        return UsageError("unknown option", first);
+    return RunEditor(argc, argv);
 }

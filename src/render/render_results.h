@@ -12,6 +12,8 @@ class KVProject;
 
 struct KVRenderResults : LListLink<KVRenderResults> {
     bool started = false;
+    // The picture is complete; only the autosave after it may still run.
+    bool finished = false;
     const KVProject* project = nullptr;
     LPtr<KVRenderImage> target;
 };

@@ -1,0 +1,49 @@
+#pragma once
+// Alerts and file dialogs. Every one goes through a responder that tests can
+// replace, so that a question is answered without a person and the test can
+// see what was asked.
+
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+class QWidget;
+
+struct LAlertRequest {
+    std::string title;
+    std::string text;
+    std::vector<std::string> buttons; // left to right; the first is the default
+};
+// The index of the button chosen, or -1 when the alert was closed otherwise.
+using LAlertResponder = std::function<int(const LAlertRequest&)>;
+
+// Shows a modal alert and answers the index of the button pressed.
+int LAlert(QWidget* parent, const char* title, const char* text,
+           std::initializer_list<const char*> buttons = {"OK"});
+
+struct LFileFilter {
+    std::string name;     // "Korvane Project File (*.kvp)"
+    std::string patterns; // "*.kvp;*.png"
+};
+
+struct LFileDialogRequest {
+    bool save = false;
+    std::string title;
+    std::string folder;           // where it opens
+    std::string fileName;         // proposed name (saves)
+    std::string defaultExtension; // without the point, added to a bare name
+    std::vector<LFileFilter> filters;
+};
+// The chosen path, or empty when cancelled.
+using LFileDialogResponder = std::function<std::string(const LFileDialogRequest&)>;
+
+std::string LFileDialog(QWidget* parent, const LFileDialogRequest& request);
+
+// A null responder brings back the real dialogs.
+void LSetAlertResponder(LAlertResponder responder);
+void LSetFileDialogResponder(LFileDialogResponder responder);
+
+// The user's standard folders ("Pictures", "Documents"), or the home folder.
+std::string LGetPicturesFolder();
+std::string LGetDocumentsFolder();
