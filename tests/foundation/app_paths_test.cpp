@@ -4,33 +4,12 @@
 #include <string>
 
 #include "foundation/app_paths.h"
+#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 
 namespace {
 
-// Sets an environment variable for one scope.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const char* value) : name(name) {
-        if (const char* old = std::getenv(name))
-            previous = old, hadValue = true;
-        if (value)
-            setenv(name, value, 1);
-        else
-            unsetenv(name);
-    }
-    ~ScopedEnv() {
-        if (hadValue)
-            setenv(name, previous.c_str(), 1);
-        else
-            unsetenv(name);
-    }
-
-private:
-    const char* name;
-    std::string previous;
-    bool hadValue = false;
-};
+using kvtest::ScopedEnv;
 
 TEST(AppPaths, FollowTheXdgVariablesAndFallBackBelowHome) {
     ScopedEnv home("HOME", "/home/someone");
