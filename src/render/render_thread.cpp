@@ -86,6 +86,12 @@ const KVProject* KVRenderThread::GetCurrentProject() {
     return current ? current->project : nullptr;
 }
 
+void KVRenderThread::ForgetRecord(const KVRenderResults* results) {
+    LLockGuard guard(lock);
+    if (current == results && !IsRunning())
+        current = nullptr;
+}
+
 void KVRenderThread::CloseProject(const KVProject* project) {
     if (!IsRunning())
         return;

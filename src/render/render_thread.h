@@ -38,6 +38,9 @@ public:
     void StartRender(KVRenderResults& results);
     // The project of the render under way, or null.
     const KVProject* GetCurrentProject();
+    // Forgets `results` when it is only remembered, not rendering: its owner
+    // is about to delete it.
+    void ForgetRecord(const KVRenderResults* results);
     // Stops and waits for a render of `project` that is under way.
     void CloseProject(const KVProject* project);
     // From now on nothing starts; used at shutdown, before the last stop.

@@ -648,8 +648,10 @@ void MainDialog::RenderCurrentProject() {
         if (r.project != currentProject)
             continue;
         // A render still waiting will read the newest state when it starts.
-        if (!r.started && !r.finished)
+        if (!r.started && !r.finished) {
+            StartWaitingRender();
             return;
+        }
         if (r.started && renderThread->GetCurrentProject() == currentProject)
             renderThread->StopThreadSoon();
     }
@@ -680,7 +682,10 @@ KVRenderResults* MainDialog::FindRecord(const void* record) const {
     return nullptr;
 }
 
-void MainDialog::DeleteRecord(KVRenderResults* record) { delete results.Remove(record); }
+void MainDialog::DeleteRecord(KVRenderResults* record) {
+    renderThread->ForgetRecord(record);
+    delete results.Remove(record);
+}
 
 void MainDialog::EvQueuedNotifyData(unsigned int id, const void*, unsigned long size) {
     if (id == KVRenderNotifyProgress) {

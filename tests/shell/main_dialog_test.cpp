@@ -273,7 +273,8 @@ TEST_F(Editor, ClosingAsksAboutUnsavedWorkAndTheLastTabLeavesNothingCurrent) {
         dialog->Command(id);
     EXPECT_TRUE(alerts.empty());
     EXPECT_EQ(fileDialogs.size(), 1u);
-    EXPECT_TRUE(dialog->GetRenderResults().IsEmpty());
+    // The stopped render of the closed project goes with its notification.
+    EXPECT_TRUE(WaitFor([&] { return RenderIdle(*dialog); }));
 }
 
 TEST_F(Editor, ClosingWithSaveWritesTheFileAndClosesTheTab) {
@@ -315,15 +316,23 @@ TEST_F(Editor, ANewRenderStopsTheOneUnderWayAndOnlyAFinishedPictureIsShown) {
 
     auto* box = new GatedBox;
     Draw(*dialog, box);
-    dialog->RenderCurrentProject();
+    {
+        // While a change holds the lock, renders wait, and asking again adds nothing.
+        std::unique_ptr<KVRenderLock> lock;
+        dialog->GetCurrentProject(lock);
+        dialog->RenderCurrentProject();
+        dialog->RenderCurrentProject();
+        ASSERT_EQ(dialog->GetRenderResults().GetCount(), 1u);
+        EXPECT_FALSE(dialog->GetRenderResults().GetFirst()->started);
+    }
+    dialog->RenderCurrentProject(); // the waiting one starts now
+    EXPECT_EQ(dialog->GetRenderResults().GetCount(), 1u);
     ASSERT_TRUE(WaitFor([&] { return box->renders == 1; }));
-    // While it runs: stopped, and one new record waits behind it.
-    dialog->RenderCurrentProject();
-    EXPECT_EQ(dialog->GetRenderResults().GetCount(), 2u);
-    // While one waits, asking again adds nothing.
+    // While one runs: it is stopped, and a new one takes its place.
     dialog->RenderCurrentProject();
     EXPECT_EQ(dialog->GetRenderResults().GetCount(), 2u);
     ASSERT_TRUE(WaitFor([&] { return box->renders == 2; }));
+    kvtest::Pump(50);
     EXPECT_EQ(dialog->GetUiWindow().GetView().GetPicture(), first); // nothing half-done shown
     box->gate.Set();
     Settle();
@@ -339,6 +348,8 @@ TEST_F(Editor, ANewRenderStopsTheOneUnderWayAndOnlyAFinishedPictureIsShown) {
 
 TEST_F(Editor, AnUnsavedChangeIsAutosavedAfterItsRenderAndUndoToTheSavedStateRemovesIt) {
     dialog->CmNewProject();
+    fileAnswer = dir.File("saved.kvp");
+    ASSERT_TRUE(dialog->CmSaveAs());
     Settle();
     EXPECT_TRUE(RecoveryFiles().empty()); // nothing to keep yet
 
