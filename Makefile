@@ -1,7 +1,8 @@
-# The two commands a newcomer needs: `make test` and `make bench`; and
-# `make fuzz` for a while of fuzzing. Each one installs the Debian packages
+# The commands a newcomer needs: `make run` (the editor), `make test` and
+# `make bench`; and `make fuzz` for a while of fuzzing. Each one installs the Debian packages
 # that are missing first.
 
+BUILD_RUN   ?= build/run
 BUILD_TEST  ?= build/test
 BUILD_BENCH ?= build/bench
 BUILD_TSAN  ?= build/tsan
@@ -18,10 +19,18 @@ export UBSAN_OPTIONS ?= print_stacktrace=1:halt_on_error=1
 export LSAN_OPTIONS  ?= suppressions=$(CURDIR)/scripts/lsan.supp:print_suppressions=0
 export TSAN_OPTIONS  ?= halt_on_error=1:second_deadlock_stack=1
 
-.PHONY: deps test bench fuzz clean
+.PHONY: deps run editor test bench fuzz clean
 
 deps:
 	@scripts/install-deps
+
+# An optimised build of the editor, started with the files given in FILES.
+run: editor
+	$(BUILD_RUN)/src/app/korvane $(FILES)
+
+editor: deps
+	cmake -S . -B $(BUILD_RUN) $(CMAKE_GEN) $(CMAKE_EXTRA) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKV_BUILD_TESTS=OFF
+	cmake --build $(BUILD_RUN) -j $(JOBS) --target korvane
 
 # Debug build with AddressSanitizer and UndefinedBehaviorSanitizer; every test through CTest.
 # Then a second, small build of only the tests that start threads (label
