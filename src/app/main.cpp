@@ -5,6 +5,7 @@
 
 #include <clocale>
 #include <csignal>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 
@@ -71,6 +72,13 @@ int Export(const char* output, const char* input) {
 }
 
 int RunEditor(int argc, char** argv) {
+    // Qt would abort without a display; say what is wrong instead.
+    const char* platform = std::getenv("QT_QPA_PLATFORM");
+    if ((!platform || !*platform) && !std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) {
+        std::fprintf(stderr, "korvane: there is no display to open the editor window on (DISPLAY is not "
+                             "set); --export works without one\n");
+        return 1;
+    }
     QApplication application(argc, argv);
     // Qt takes on the user's locale, which would write "0,5" into files.
     std::setlocale(LC_NUMERIC, "C");
