@@ -599,25 +599,19 @@ void MainDialog::CmPrint() {
 // ---------------------------------------------------------------------------
 // Undo, zoom
 
-void MainDialog::CmUndo() {
+void MainDialog::StepHistory(void (KVProject::*step)()) {
     if (!currentProject)
         return;
     {
         Change change(*this);
-        currentProject->Undo();
+        (currentProject->*step)();
     }
     RenderCurrentProject();
 }
 
-void MainDialog::CmRedo() {
-    if (!currentProject)
-        return;
-    {
-        Change change(*this);
-        currentProject->Redo();
-    }
-    RenderCurrentProject();
-}
+void MainDialog::CmUndo() { StepHistory(&KVProject::Undo); }
+
+void MainDialog::CmRedo() { StepHistory(&KVProject::Redo); }
 
 void MainDialog::CmZoom(float zoom) {
     if (!currentProject)

@@ -98,6 +98,8 @@ private:
 
     void AddAndSelect(KVProject* project, const char* tabName);
     void StartWaitingRender();
+    // Undo or redo on the current project, then its new picture.
+    void StepHistory(void (KVProject::*step)());
     void UpdateCommandStates();
     LProcessResult SaveProjectFile(LProcessInterface& process, KVProject& project, const char* path);
     LProcessResult ExportRaster(LProcessInterface& process, KVProject& project, const char* path);
