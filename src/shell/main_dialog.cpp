@@ -417,8 +417,11 @@ bool MainDialog::EvCloseProject(const KVProject* target) {
     }
     if (project == currentProject)
         currentProject = nullptr;
-    // Renders still waiting for it would read a project that is gone; one
-    // under way was stopped above and goes when its notification comes.
+    // The question and the save let events run, and one of them may have
+    // started a render of this project again: stop it now, with nothing run
+    // between here and the delete. Renders still waiting for it would read a
+    // project that is gone; a stopped one goes when its notification comes.
+    renderThread->CloseProject(project);
     for (KVRenderResults* r = results.GetFirst(); r;) {
         KVRenderResults* next = r->GetNext();
         if (r->project == project && !r->started)
