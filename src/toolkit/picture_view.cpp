@@ -70,8 +70,15 @@ LPictureView::LPictureView(QWidget* parent) : QScrollArea(parent) {
 }
 
 void LPictureView::SetPicture(const QImage& shown) {
+    const bool newSize = shown.size() != picture.size();
     picture = shown;
     Relayout();
+    // A picture of another size starts at its top left corner; a new render
+    // of the same picture keeps the place the user scrolled to.
+    if (newSize) {
+        horizontalScrollBar()->setValue(0);
+        verticalScrollBar()->setValue(0);
+    }
 }
 
 void LPictureView::ClearPicture() {
