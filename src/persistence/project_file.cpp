@@ -97,7 +97,9 @@ LProcessResult KVProjectFileSave(LProcessInterface& process, const KVProject& pr
     const std::string name = FileName(path);
     char temporary[4096];
     LOutputStreamFile stream;
-    if (!stream.OpenTemporary(temporary, sizeof temporary, FolderOf(path).c_str(), ".kvp")) {
+    // Not ".kvp": what a crash leaves half-written must not pass for a
+    // project, least of all among the autosaves the next start offers back.
+    if (!stream.OpenTemporary(temporary, sizeof temporary, FolderOf(path).c_str(), ".kvp.part")) {
         process.SetErrorF("The file \"%s\" could not be saved: its folder cannot be written to.",
                           name.c_str());
         return LProcessResultError;

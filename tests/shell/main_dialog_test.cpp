@@ -405,7 +405,11 @@ TEST(EditorCrash, DISABLED_Child) {
     dialog.CmNewProject();
     Draw(dialog, Rectangle(5, 5, 50, 50, LGuiColorAlpha(0, 128, 0, 255)));
     dialog.RenderCurrentProject();
-    WaitFor([] { return RecoveryFiles().size() == 1; }, 60000);
+    // The autosave is complete once its file has its own name.
+    WaitFor([] {
+        const std::vector<std::string> files = RecoveryFiles();
+        return files.size() == 1 && files[0] == "0.kvp";
+    }, 60000);
     std::ofstream(std::string(std::getenv("KV_CRASH_READY"))) << "ready";
     for (;;)
         kvtest::Pump(1000);
