@@ -9,7 +9,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <QDropEvent>
+#include <QMimeData>
 #include <QPrinter>
+#include <QUrl>
 #include <QTabBar>
 
 #include <cstdlib>
@@ -174,6 +177,22 @@ TEST_F(Editor, FilesGivenAtStartOpenInTabsTheLastSelectedAndAMissingOneShowsNoth
     ASSERT_EQ(alerts.size(), 1u);
     EXPECT_NE(alerts[0].text.find("is not a project file"), std::string::npos);
     EXPECT_EQ(dialog->GetProjects().GetCount(), 2u);
+}
+
+TEST_F(Editor, FilesDroppedOnTheWindowOpenInTabsTheLastSelected) {
+    const std::string first = MakeProjectFile(dir, "dropped1");
+    const std::string second = MakeProjectFile(dir, "dropped2");
+    QMimeData mime;
+    mime.setUrls({QUrl::fromLocalFile(QString::fromStdString(first)),
+                  QUrl::fromLocalFile(QString::fromStdString(second))});
+    QDropEvent drop(QPointF(20, 20), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+    // Straight to the window: the application's dispatch of drops wants a
+    // drag the platform started.
+    static_cast<QObject*>(dialog.get())->event(&drop);
+    EXPECT_TRUE(drop.isAccepted());
+    ASSERT_EQ(dialog->GetProjects().GetCount(), 2u);
+    EXPECT_STREQ(dialog->PeekCurrentProject()->GetName(), "dropped2");
+    EXPECT_EQ(dialog->GetUiWindow().GetTabs().currentIndex(), 1);
 }
 
 TEST_F(Editor, SaveAsWritesByExtensionAndOnlyAnExportUpdatesTheDefaults) {
