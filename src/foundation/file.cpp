@@ -317,13 +317,14 @@ bool LWriteFile::Close() {
     return ok;
 }
 
-unsigned long LWriteFile::Write(const void* buffer, unsigned long count) {
-    if (fd < 0 || failed)
-        return 0;
-    const auto* src = static_cast<const unsigned char*>(buffer);
+namespace {
+
+// Writes until everything went or the system refuses, repeating interrupted
+// calls; `call(from)` writes what lies past `from`.
+template <class Call> unsigned long WriteFully(unsigned long count, bool& failed, Call call) {
     unsigned long done = 0;
     while (done < count) {
-        const ssize_t n = write(fd, src + done, count - done);
+        const ssize_t n = call(done);
         if (n < 0 && errno == EINTR)
             continue;
         if (n <= 0) {
@@ -332,6 +333,18 @@ unsigned long LWriteFile::Write(const void* buffer, unsigned long count) {
         }
         done += static_cast<unsigned long>(n);
     }
+    return done;
+}
+
+} // namespace
+
+unsigned long LWriteFile::Write(const void* buffer, unsigned long count) {
+    if (fd < 0 || failed)
+        return 0;
+    const auto* src = static_cast<const unsigned char*>(buffer);
+    const unsigned long done = WriteFully(count, failed, [&](unsigned long from) {
+        return write(fd, src + from, count - from);
+    });
     if (append) {
         size += done;
         position = size;
@@ -349,17 +362,9 @@ unsigned long LWriteFile::WriteAt(unsigned long long at, const void* buffer, uns
     if (append)
         return Write(buffer, count);
     const auto* src = static_cast<const unsigned char*>(buffer);
-    unsigned long done = 0;
-    while (done < count) {
-        const ssize_t n = pwrite(fd, src + done, count - done, static_cast<off_t>(at + done));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0) {
-            failed = true;
-            break;
-        }
-        done += static_cast<unsigned long>(n);
-    }
+    const unsigned long done = WriteFully(count, failed, [&](unsigned long from) {
+        return pwrite(fd, src + from, count - from, static_cast<off_t>(at + from));
+    });
     if (at + done > size)
         size = at + done;
     return done;

@@ -79,6 +79,38 @@ void Stroke(LPaintContext& c, const LGuiBrush& brush, float width, const LLineSt
     brush.Restore(cr);
 }
 
+// Strokes what `append` lays down as a fresh path, leaving the context's
+// state as it was.
+template <class Append>
+void StrokeNewPath(LPaintContext& c, const LGuiBrush& brush, float width, const LLineStyle* style,
+                   bool antialias, Append append) {
+    if (!Ready(c))
+        return;
+    cairo_t* cr = c.context;
+    cairo_save(cr);
+    cairo_new_path(cr);
+    append(cr);
+    Stroke(c, brush, width, style, antialias);
+    cairo_restore(cr);
+}
+
+// The whole drawing area cleared (null brush) or painted over.
+void FillWholeArea(LPaintContext& c, const LGuiBrush* brush) {
+    if (!c.context || cairo_status(c.context) != CAIRO_STATUS_SUCCESS)
+        return;
+    cairo_t* cr = c.context;
+    cairo_save(cr);
+    SetBaseMatrix(c);
+    cairo_new_path(cr);
+    cairo_rectangle(cr, c.left - 0.5, c.top - 0.5, c.width, c.height);
+    if (brush)
+        brush->Apply(cr, c.alpha);
+    else
+        cairo_set_operator(cr, CAIRO_OPERATOR_CLEAR);
+    cairo_fill(cr);
+    cairo_restore(cr);
+}
+
 } // namespace
 
 void LApplyStroke(cairo_t* cr, const LStrokeParameters& s) {
@@ -185,14 +217,7 @@ void LPaintSurface::FillPath(LPaintContext& c, const LGuiBrush& brush,
 
 void LPaintSurface::DrawPath(LPaintContext& c, const LGuiBrush& brush, const LGraphicsPath& path,
                              float width, const LLineStyle* style) {
-    if (!Ready(c))
-        return;
-    cairo_t* cr = c.context;
-    cairo_save(cr);
-    cairo_new_path(cr);
-    path.AppendToContext(cr);
-    Stroke(c, brush, width, style, c.antialias);
-    cairo_restore(cr);
+    StrokeNewPath(c, brush, width, style, c.antialias, [&](cairo_t* cr) { path.AppendToContext(cr); });
 }
 
 void LPaintSurface::FillRect(LPaintContext& c, const LGuiBrush& brush, float x, float y, float w,
@@ -224,39 +249,22 @@ void LPaintSurface::FillEllipse(LPaintContext& c, float x, float y, float w, flo
 
 void LPaintSurface::DrawEllipse(LPaintContext& c, float x, float y, float w, float h,
                                 const LGuiBrush& brush, float width, const LLineStyle* style) {
-    if (!Ready(c))
-        return;
-    cairo_t* cr = c.context;
-    cairo_save(cr);
-    cairo_new_path(cr);
-    AppendEllipse(cr, x, y, w, h);
-    Stroke(c, brush, width, style, true);
-    cairo_restore(cr);
+    StrokeNewPath(c, brush, width, style, true, [&](cairo_t* cr) { AppendEllipse(cr, x, y, w, h); });
 }
 
 void LPaintSurface::DrawRectangle(LPaintContext& c, const LBoundingBox2T<float>& box,
                                   const LGuiBrush& brush, float width, const LLineStyle* style) {
-    if (!Ready(c))
-        return;
-    cairo_t* cr = c.context;
-    cairo_save(cr);
-    cairo_new_path(cr);
-    cairo_rectangle(cr, box.x1, box.y1, box.GetWidth(), box.GetHeight());
-    Stroke(c, brush, width, style, c.antialias);
-    cairo_restore(cr);
+    StrokeNewPath(c, brush, width, style, c.antialias, [&](cairo_t* cr) {
+        cairo_rectangle(cr, box.x1, box.y1, box.GetWidth(), box.GetHeight());
+    });
 }
 
 void LPaintSurface::DrawLine(LPaintContext& c, float x1, float y1, float x2, float y2,
                              const LGuiBrush& brush, float width, const LLineStyle* style) {
-    if (!Ready(c))
-        return;
-    cairo_t* cr = c.context;
-    cairo_save(cr);
-    cairo_new_path(cr);
-    cairo_move_to(cr, x1, y1);
-    cairo_line_to(cr, x2, y2);
-    Stroke(c, brush, width, style, c.antialias);
-    cairo_restore(cr);
+    StrokeNewPath(c, brush, width, style, c.antialias, [&](cairo_t* cr) {
+        cairo_move_to(cr, x1, y1);
+        cairo_line_to(cr, x2, y2);
+    });
 }
 
 void LPaintSurface::DrawImage(LPaintContext& c, const LPaintPixels& image, float x, float y,
@@ -306,30 +314,13 @@ void LPaintSurface::DrawImage(LPaintContext& c, const LPaintPixels& image, float
 }
 
 void LPaintSurface::Clear(LPaintContext& c) {
-    if (!c.context || cairo_status(c.context) != CAIRO_STATUS_SUCCESS)
-        return;
-    cairo_t* cr = c.context;
-    cairo_save(cr);
-    SetBaseMatrix(c);
-    cairo_new_path(cr);
-    cairo_rectangle(cr, c.left - 0.5, c.top - 0.5, c.width, c.height);
-    cairo_set_operator(cr, CAIRO_OPERATOR_CLEAR);
-    cairo_fill(cr);
-    cairo_restore(cr);
+    FillWholeArea(c, nullptr);
 }
 
 void LPaintSurface::Clear(LPaintContext& c, const LGuiColorAlpha& colour) {
-    Clear(c);
-    if (!c.context || cairo_status(c.context) != CAIRO_STATUS_SUCCESS)
-        return;
-    cairo_t* cr = c.context;
-    cairo_save(cr);
-    SetBaseMatrix(c);
-    cairo_new_path(cr);
-    cairo_rectangle(cr, c.left - 0.5, c.top - 0.5, c.width, c.height);
-    LGuiSolidBrush(colour).Apply(cr, c.alpha);
-    cairo_fill(cr);
-    cairo_restore(cr);
+    FillWholeArea(c, nullptr);
+    const LGuiSolidBrush brush(colour);
+    FillWholeArea(c, &brush);
 }
 
 // ---------------------------------------------------------------- transforms

@@ -345,6 +345,18 @@ LProcessResult KVRenderImageBuffer::FillBoxShape(LProcessInterface& /*process*/,
     return LProcessResultOk;
 }
 
+LProcessResult KVRenderImageBuffer::FillBoxShapeWithGradient(LProcessInterface& process,
+                                                             const KVGradient& gradient, float lineWidth,
+                                                             const LGuiColorAlpha& lineColour,
+                                                             const KVBox& bounds, bool ellipse) {
+    if (!HasSurface())
+        return LProcessResultError;
+    LPtr<LGuiBrush> brush;
+    if (!CreateGradient(brush, gradient, bounds))
+        return LProcessResultError;
+    return FillBoxShape(process, *brush, lineWidth, lineColour, bounds, ellipse);
+}
+
 LProcessResult KVRenderImageBuffer::FillRect(LProcessInterface& process, float lineWidth,
                                              const LGuiColorAlpha& lineColour,
                                              const LGuiColorAlpha& fillColour,
@@ -358,12 +370,7 @@ LProcessResult KVRenderImageBuffer::FillRect(LProcessInterface& process,
                                              const KVGradient& gradient, float lineWidth,
                                              const LGuiColorAlpha& lineColour,
                                              const KVBox& bounds) {
-    if (!HasSurface())
-        return LProcessResultError;
-    LPtr<LGuiBrush> brush;
-    if (!CreateGradient(brush, gradient, bounds))
-        return LProcessResultError;
-    return FillBoxShape(process, *brush, lineWidth, lineColour, bounds, false);
+    return FillBoxShapeWithGradient(process, gradient, lineWidth, lineColour, bounds, false);
 }
 
 LProcessResult KVRenderImageBuffer::DrawEllipse(LProcessInterface& /*process*/, float lineWidth,
@@ -392,12 +399,7 @@ LProcessResult KVRenderImageBuffer::FillEllipse(LProcessInterface& process,
                                                 const KVGradient& gradient, float lineWidth,
                                                 const LGuiColorAlpha& lineColour,
                                                 const KVBox& bounds) {
-    if (!HasSurface())
-        return LProcessResultError;
-    LPtr<LGuiBrush> brush;
-    if (!CreateGradient(brush, gradient, bounds))
-        return LProcessResultError;
-    return FillBoxShape(process, *brush, lineWidth, lineColour, bounds, true);
+    return FillBoxShapeWithGradient(process, gradient, lineWidth, lineColour, bounds, true);
 }
 
 LProcessResult KVRenderImageBuffer::DrawPoly(LProcessInterface& /*process*/, float lineWidth,

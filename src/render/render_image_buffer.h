@@ -233,6 +233,9 @@ private:
     LProcessResult FillBoxShape(LProcessInterface& process, const LGuiBrush& fill, float lineWidth,
                                 const LGuiColorAlpha& lineColour, const KVBox& bounds,
                                 bool ellipse);
+    LProcessResult FillBoxShapeWithGradient(LProcessInterface& process, const KVGradient& gradient,
+                                            float lineWidth, const LGuiColorAlpha& lineColour,
+                                            const KVBox& bounds, bool ellipse);
     LProcessResult FillPolyWith(const LGuiBrush& fill, float lineWidth,
                                 const LGuiColorAlpha& lineColour, KVPoint* points,
                                 unsigned long pointCount);
