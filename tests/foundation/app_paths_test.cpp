@@ -36,8 +36,4 @@ TEST(AppPaths, EnsureFolderCreatesParentsAndReportsFailure) {
     EXPECT_EQ(LEnsureFolder(""), "");
 }
 
-TEST(AppPaths, UnknownProgramDataFolderIsEmpty) {
-    EXPECT_EQ(LGetProgramDataFolder("NoSuchFolderAnywhere"), "");
-}
-
 } // namespace

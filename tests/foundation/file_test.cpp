@@ -43,32 +43,6 @@ void Poke(const std::string& path, long at, unsigned char value, std::size_t n) 
     close(fd);
 }
 
-TEST(BufferedRead, LargeReadsFromAnEmptyBufferGoStraightToTheFile) {
-    kvtest::TempDir dir;
-    const std::string path = dir.File("data");
-    Put(path, Pattern(20000));
-
-    // 300 bytes: straight to the caller, nothing read ahead; what changes in
-    // the file afterwards is seen by the next small read.
-    LInputStreamFile direct;
-    ASSERT_TRUE(direct.Open(path.c_str()));
-    Bytes got(300);
-    ASSERT_EQ(direct.Read(got.data(), 300), 300u);
-    Poke(path, 300, 0xEE, 16);
-    unsigned char b = 0;
-    ASSERT_EQ(direct.Read(&b, 1), 1u);
-    EXPECT_EQ(b, 0xEE);
-
-    // 200 bytes go through the buffer, which reads ahead: the change is not seen.
-    Put(path, Pattern(20000));
-    LInputStreamFile buffered;
-    ASSERT_TRUE(buffered.Open(path.c_str()));
-    ASSERT_EQ(buffered.Read(got.data(), 200), 200u);
-    Poke(path, 200, 0xEE, 16);
-    ASSERT_EQ(buffered.Read(&b, 1), 1u);
-    EXPECT_EQ(b, Pattern(201)[200]);
-}
-
 TEST(BufferedRead, MixedReadsAcrossTheBufferMatchTheFile) {
     kvtest::TempDir dir;
     const std::string path = dir.File("data");

@@ -116,23 +116,6 @@ TEST(PathBuilding, LinesRectanglesAndCurvesTakeTheirSegmentForms) {
 
 }
 
-TEST(PathBuilding, SegmentsStoreOnlyWhatSuitsTheirType) {
-    const P pts[7] = {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}, {6, 6}};
-    LGraphicsPathSegment move(LPathSegmentMoveTo);
-    EXPECT_FALSE(move.SetPoints(nullptr, 1));
-    EXPECT_FALSE(move.SetPoints(pts, 0));
-    EXPECT_FALSE(move.SetPoints(pts + 2, 3)); // keeps the first, says so
-    EXPECT_EQ(move.points.GetSize(), 1u);
-    LGraphicsPathSegment curve(LPathSegmentBezierTo);
-    EXPECT_FALSE(curve.SetPoints(pts, 2));
-    EXPECT_TRUE(curve.points.IsEmpty());
-    LGraphicsPathSegment curves(LPathSegmentBeziers);
-    EXPECT_FALSE(curves.SetPoints(pts, 7)); // the seventh point is cut off
-    EXPECT_EQ(curves.points.GetSize(), 6u);
-    LGraphicsPathSegment close(LPathSegmentClose);
-    EXPECT_FALSE(close.SetPoints(pts, 1));
-}
-
 TEST(PathArc, HundredDegreesGiveCurvesOf45_45And10OnTheCircle) {
     LGraphicsPath path;
     const double r = 100;

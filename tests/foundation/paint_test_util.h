@@ -2,7 +2,6 @@
 // Reading back what a paint surface drew.
 
 #include <algorithm>
-#include <string>
 
 #include "foundation/paint_surface.h"
 
@@ -14,7 +13,6 @@ struct InkBox {
     int x1 = 0, y1 = 0, x2 = -1, y2 = -1;
     bool any = false;
     double CentreX() const { return (x1 + x2) / 2.0; }
-    double CentreY() const { return (y1 + y2) / 2.0; }
 };
 
 inline InkBox FindInk(LPaintSurfaceImage& image, int threshold = 0) {
@@ -42,12 +40,6 @@ inline double Coverage(LPaintSurfaceImage& image) {
         for (int x = 0; x < image.GetWidth(); ++x)
             sum += image.GetPixel(x, y).alpha / 255.0;
     return sum;
-}
-
-inline bool SavePng(LPaintSurface& surface, const std::string& path) {
-    surface.Flush();
-    cairo_surface_t* target = surface.GetTarget();
-    return target && cairo_surface_write_to_png(target, path.c_str()) == CAIRO_STATUS_SUCCESS;
 }
 
 } // namespace kvtest

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <initializer_list>
@@ -17,19 +18,15 @@ using Bytes = std::vector<unsigned char>;
 
 // ---- the expected bytes, built by hand and not by the writer ----
 
-Bytes U16(unsigned v) { return {static_cast<unsigned char>(v), static_cast<unsigned char>(v >> 8)}; }
-Bytes U32(unsigned long v) {
+Bytes LE(unsigned long long v, int n) {
     Bytes b;
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < n; ++i)
         b.push_back(static_cast<unsigned char>(v >> (8 * i)));
     return b;
 }
-Bytes U64(unsigned long long v) {
-    Bytes b;
-    for (int i = 0; i < 8; ++i)
-        b.push_back(static_cast<unsigned char>(v >> (8 * i)));
-    return b;
-}
+Bytes U16(unsigned v) { return LE(v, 2); }
+Bytes U32(unsigned long v) { return LE(v, 4); }
+Bytes U64(unsigned long long v) { return LE(v, 8); }
 Bytes Str(const std::string& s) { return Bytes(s.begin(), s.end()); }
 Bytes Cat(std::initializer_list<Bytes> parts) {
     Bytes out;
@@ -79,23 +76,16 @@ template <class S, unsigned long Buffer = 0> struct FileSink {
     }
 };
 
-template <class Sink> class SDFWriting : public testing::Test {};
-using Sinks = testing::Types<MemorySink, FileSink<LOutputStreamFile>, FileSink<LOutputStreamFile, 16>,
-                             FileSink<LOutputStreamFileUnbuffered>>;
-TYPED_TEST_SUITE(SDFWriting, Sinks);
+// Every chunk type, nested, byte for byte; the file streams are held to the
+// same bytes in BufferedFilesHoldTheUnbufferedBytes.
+TEST(SDFWriting, EveryChunkTypeNestedIsByteExact) {
+    MemorySink empty;
+    LSDFWriter<LOutputStreamByteArray> e;
+    ASSERT_TRUE(e.Open(empty.stream, 21, 0));
+    ASSERT_TRUE(e.Close());
+    EXPECT_EQ(empty.Finish(), File({}));
 
-TYPED_TEST(SDFWriting, AnEmptyContainerIsHeaderRootAndTrailer) {
-    TypeParam sink;
-    LSDFWriter<decltype(sink.stream)> w;
-    ASSERT_TRUE(w.Open(sink.stream, 21, 0));
-    ASSERT_TRUE(w.Close());
-    EXPECT_FALSE(w.IsOk());
-    EXPECT_EQ(sink.Finish(), File({}));
-    EXPECT_EQ(File({}).size(), 28u);
-}
-
-TYPED_TEST(SDFWriting, EveryChunkTypeNestedIsByteExact) {
-    TypeParam sink;
+    MemorySink sink;
     LSDFWriter<decltype(sink.stream)> w;
     ASSERT_TRUE(w.Open(sink.stream, 21, 7));
     w.StartChunk(1, 0, -1);
@@ -134,28 +124,7 @@ TYPED_TEST(SDFWriting, EveryChunkTypeNestedIsByteExact) {
     EXPECT_EQ(sink.Finish(), expected);
 }
 
-TYPED_TEST(SDFWriting, SizesArePatchedAtEveryDepth) {
-    TypeParam sink;
-    LSDFWriter<decltype(sink.stream)> w;
-    ASSERT_TRUE(w.Open(sink.stream, 21, 0));
-    const int depth = 40;
-    for (int i = 0; i < depth; ++i) {
-        w.WriteInt(1000, i);
-        w.StartContainer(static_cast<unsigned short>(i + 1));
-    }
-    for (int i = depth - 1; i >= 0; --i) {
-        w.WriteInt(1001, i);
-        w.EndContainer(static_cast<unsigned short>(i + 1));
-    }
-    ASSERT_TRUE(w.Close());
-
-    Bytes inner;
-    for (int i = depth - 1; i >= 0; --i)
-        inner = Cat({Int(1000, i), Chunk(i + 1, 0, Cat({inner, Int(1001, i)}))});
-    EXPECT_EQ(sink.Finish(), Cat({Header(), Chunk(0, 0, inner), Str("lsdf")}));
-}
-
-TYPED_TEST(SDFWriting, UnknownChunksGoBackInPlaceByIndex) {
+TEST(SDFWriting, UnknownChunksGoBackInPlaceByIndex) {
     LList<LSDFUnknownChunk> unknown;
     for (int index : {0, 1, 3, 4, 9}) {
         auto* u = new LSDFUnknownChunk;
@@ -166,7 +135,7 @@ TYPED_TEST(SDFWriting, UnknownChunksGoBackInPlaceByIndex) {
             u->data.Append(static_cast<unsigned char>(index));
         unknown.PushBack(u);
     }
-    TypeParam sink;
+    MemorySink sink;
     LSDFWriter<decltype(sink.stream)> w;
     ASSERT_TRUE(w.Open(sink.stream, 21, 0));
     w.StartContainer(7, unknown, -1);
@@ -185,17 +154,12 @@ TYPED_TEST(SDFWriting, UnknownChunksGoBackInPlaceByIndex) {
 class FailingBase {
 public:
     bool IsOpen() const { return true; }
-    unsigned long WriteBase(const void* p, unsigned long n) {
+    unsigned long WriteBase(const void*, unsigned long n) {
         ++calls;
         const unsigned long take = n < budget ? n : budget;
         budget -= take;
-        const auto* b = static_cast<const unsigned char*>(p);
-        for (unsigned long i = 0; i < take; ++i, ++position) {
-            if (position < bytes.size())
-                bytes[position] = b[i];
-            else
-                bytes.push_back(b[i]);
-        }
+        position += take;
+        size = std::max(size, position);
         return take;
     }
     bool SeekOffset64(unsigned long long to, int) {
@@ -203,13 +167,12 @@ public:
         return true;
     }
     unsigned long long Tell64() const { return position; }
-    unsigned long long GetFileSizeBytes64() const { return bytes.size(); }
+    unsigned long long GetFileSizeBytes64() const { return size; }
     bool Flush() { return true; }
 
     unsigned long budget = 0;
     int calls = 0;
-    Bytes bytes;
-    unsigned long long position = 0;
+    unsigned long long position = 0, size = 0;
 };
 using FailingStream = LOutputStream<FailingBase>;
 
@@ -223,39 +186,30 @@ TEST(SDFWriter, AfterAFailedWriteEverythingIsANoOpAndCloseAnswersTrue) {
     EXPECT_FALSE(w.WriteInt(1001, 2));
     EXPECT_FALSE(w.IsOk());
     const int calls = s.calls;
-    const Bytes written = s.bytes;
     EXPECT_FALSE(w.StartContainer(3));
     EXPECT_FALSE(w.WriteString(1003, "x"));
     EXPECT_FALSE(w.EndContainer(3));
     EXPECT_EQ(s.calls, calls) << "no write after the failure";
     EXPECT_TRUE(w.Close()) << "the caller is the one to check";
-    EXPECT_EQ(s.bytes, written);
+    EXPECT_EQ(s.calls, calls);
 }
 
-TEST(SDFWriter, RefusesAStreamThatIsNotOpen) {
+TEST(SDFWriter, AClosedStreamOrAFullDiskIsReported) {
     LSizedArray<unsigned char> bytes;
     LOutputStreamByteArray closed(bytes);
     LSDFWriter<LOutputStreamByteArray> w;
     EXPECT_FALSE(w.Open(closed, 21, 0));
     EXPECT_FALSE(w.WriteInt(1, 1));
-    EXPECT_TRUE(w.Close());
     EXPECT_EQ(bytes.GetSize(), 0u);
 
-    LOutputStreamFile file;
-    LSDFWriter<LOutputStreamFile> fw;
-    EXPECT_FALSE(fw.Open(file, 21, 0));
-}
-
-TEST(SDFWriter, ADiskThatFailsWhileBufferedIsReportedByClose) {
     if (access("/dev/full", W_OK) != 0)
         GTEST_SKIP() << "no /dev/full";
     LOutputStreamFile s;
     ASSERT_TRUE(s.Open("/dev/full"));
-    LSDFWriter<LOutputStreamFile> w;
-    ASSERT_TRUE(w.Open(s, 21, 0));
-    ASSERT_TRUE(w.WriteInt(1000, 1));
-    EXPECT_FALSE(w.Close());
-    EXPECT_FALSE(s.Close());
+    LSDFWriter<LOutputStreamFile> fw;
+    ASSERT_TRUE(fw.Open(s, 21, 0));
+    ASSERT_TRUE(fw.WriteInt(1000, 1)); // still in the buffer
+    EXPECT_FALSE(fw.Close());
 }
 
 // Large enough to cross the buffer many times, with blobs larger than it.
@@ -289,7 +243,7 @@ TEST(SDFWriter, BufferedFilesHoldTheUnbufferedBytes) {
     FileSink<LOutputStreamFile> buffered;
     WriteMixedTree(buffered.stream);
     EXPECT_EQ(buffered.Finish(), expected);
-    FileSink<LOutputStreamFile, 100> small;
+    FileSink<LOutputStreamFile, 16> small;
     WriteMixedTree(small.stream);
     EXPECT_EQ(small.Finish(), expected);
 }
@@ -340,17 +294,11 @@ TYPED_TEST(SDFReading, OpenRefusesWhatIsNotThisFormat) {
     TypeParam closed;
     LSDFReader<TypeParam> r;
     EXPECT_FALSE(r.Open(closed, 21));
-}
 
-TYPED_TEST(SDFReading, AnyFormatVersionIsAccepted) {
-    Source<TypeParam> src(Cat({Header(21, 7), Container(0, {Int(5, 1)}), Str("lsdf")}));
-    LSDFReader<TypeParam> r;
+    // Any version of the format is accepted.
+    Source<TypeParam> src(Cat({Header(21, 7), Container(0, {}), Str("lsdf")}));
     ASSERT_TRUE(r.Open(src.stream, 21));
     EXPECT_EQ(r.GetFormatVersion(), 7);
-    LSDFReaderChunkIterator<TypeParam> it(r);
-    ASSERT_TRUE(it.IsValid());
-    it->Skip();
-    EXPECT_FALSE(it.Next());
     EXPECT_TRUE(r.Close());
 }
 
@@ -403,27 +351,16 @@ TYPED_TEST(SDFReading, IteratorsOverScalarsAreInvalidAndEmptyContainersEndAtOnce
     ASSERT_TRUE(r.Open(src.stream, 21));
     LSDFReaderChunkIterator<TypeParam> it(r);
     ASSERT_TRUE(it.IsValid());
-    EXPECT_EQ(it->type, 2);
-    LSDFReaderChunkIterator<TypeParam> overInt(r, it.Get());
-    EXPECT_FALSE(overInt.IsValid());
-    EXPECT_FALSE(overInt.Next());
+    EXPECT_FALSE(LSDFReaderChunkIterator<TypeParam>(r, it.Get()).IsValid());
     int v = 0;
-    ASSERT_TRUE(it->ReadInt(v));
-    EXPECT_EQ(v, 3);
-
+    ASSERT_TRUE(it->ReadInt(v) && v == 3);
     ASSERT_TRUE(it.Next());
-    EXPECT_EQ(it->id, 3);
     const unsigned long long at = src.stream.Tell64();
-    LSDFReaderChunkIterator<TypeParam> overEmpty(r, it.Get());
-    EXPECT_FALSE(overEmpty.IsValid());
-    EXPECT_EQ(overEmpty.GetCount(), 0u);
+    EXPECT_FALSE(LSDFReaderChunkIterator<TypeParam>(r, it.Get()).IsValid());
     EXPECT_EQ(src.stream.Tell64(), at);
-
-    ASSERT_TRUE(it.Next());
-    ASSERT_TRUE(it->ReadInt(v));
+    ASSERT_TRUE(it.Next() && it->ReadInt(v));
     EXPECT_EQ(v, 4);
     EXPECT_FALSE(it.Next());
-    EXPECT_EQ(it.GetCount(), 3u);
     EXPECT_TRUE(r.Close());
 }
 
@@ -449,31 +386,28 @@ TYPED_TEST(SDFReading, TheTrailerMustFollowTheRootDirectly) {
     }
 }
 
-TYPED_TEST(SDFReading, AFileCutInsideAChunkHeaderEndsWithTheFlagFalse) {
+TYPED_TEST(SDFReading, AFileCutShortEndsTheWalkWithTheFlagFalse) {
     const Bytes whole = File({Container(1, {Int(1001, 8), Int(1001, 9)})});
     // Header, root header, container header, one int, five bytes of the next.
-    const std::size_t cut = 12 + 12 + 12 + 16 + 5;
-    Source<TypeParam> src(Bytes(whole.begin(), whole.begin() + cut));
+    Source<TypeParam> src(Bytes(whole.begin(), whole.begin() + 12 + 12 + 12 + 16 + 5));
     LSDFReader<TypeParam> r;
     ASSERT_TRUE(r.Open(src.stream, 21));
     EXPECT_EQ(ReadKnown(r), (std::vector<int>{8}));
     EXPECT_FALSE(r.IsOk());
-    // As far as it goes, the load has no error.
-    EXPECT_TRUE(r.Close());
-}
+    EXPECT_TRUE(r.Close()); // as far as it goes, the load has no error
 
-TYPED_TEST(SDFReading, AScalarPastTheEndKeepsItsDefault) {
-    const Bytes whole = File({Int(1001, 8)});
-    Source<TypeParam> src(Bytes(whole.begin(), whole.begin() + 12 + 12 + 12 + 2));
-    LSDFReader<TypeParam> r;
-    ASSERT_TRUE(r.Open(src.stream, 21));
-    LSDFReaderChunkIterator<TypeParam> it(r);
+    // Cut inside a scalar's data: the value keeps its default.
+    const Bytes one = File({Int(1001, 8)});
+    Source<TypeParam> cut(Bytes(one.begin(), one.begin() + 12 + 12 + 12 + 2));
+    LSDFReader<TypeParam> r2;
+    ASSERT_TRUE(r2.Open(cut.stream, 21));
+    LSDFReaderChunkIterator<TypeParam> it(r2);
     ASSERT_TRUE(it.IsValid());
     int v = 31;
     EXPECT_FALSE(it->ReadInt(v));
     EXPECT_EQ(v, 31);
     EXPECT_FALSE(it.Next());
-    EXPECT_FALSE(r.IsOk());
+    EXPECT_FALSE(r2.IsOk());
 }
 
 TYPED_TEST(SDFReading, StringsCountTheirNulAndStopAtTheField) {
@@ -572,36 +506,6 @@ TYPED_TEST(SDFReading, HugeSizesInHeadersEndTheWalkWithoutLooping) {
         r.Close();
         EXPECT_EQ(src.stream.GetRemainingBytes64(), 0u);
     }
-}
-
-TEST(SDFRoundTrip, TheProgramsFileStreamsCarryAWholeTree) {
-    kvtest::TempDir dir;
-    const std::string path = dir.File("tree.kvp");
-    {
-        LOutputStreamFile out;
-        ASSERT_TRUE(out.Open(path.c_str()));
-        LSDFWriter<LOutputStreamFile> w;
-        ASSERT_TRUE(w.Open(out, 21, 0));
-        w.StartChunk(1, 0, -1);
-        for (int i = 0; i < 5000; ++i) {
-            w.StartContainer(3);
-            w.WriteInt(1001, 666);
-            w.WriteInt(1000, i);
-            w.EndContainer(3);
-        }
-        w.EndContainer(1);
-        ASSERT_TRUE(w.Close());
-        ASSERT_TRUE(out.Close());
-    }
-    LInputStreamFile in;
-    ASSERT_TRUE(in.Open(path.c_str()));
-    LSDFReader<LInputStreamFile> r;
-    ASSERT_TRUE(r.Open(in, 21));
-    const std::vector<int> got = ReadKnown(r);
-    ASSERT_EQ(got.size(), 5000u);
-    for (int i = 0; i < 5000; ++i)
-        ASSERT_EQ(got[i], i);
-    EXPECT_TRUE(r.Close());
 }
 
 } // namespace
