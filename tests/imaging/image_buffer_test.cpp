@@ -27,68 +27,32 @@ std::uint16_t WordOf(const LImageBuffer& b) {
     return v;
 }
 
-TEST(ImageBuffer, StridesSizesAndValidity) {
+TEST(ImageBuffer, StridesAndSizesTooBigToAllocate) {
     LImageBuffer b;
     EXPECT_FALSE(b.IsValid());
-    EXPECT_EQ(b.format, LPixelFormatNone);
     EXPECT_EQ(b.GetLastScanLine(), nullptr);
-
-    LImage::New(b, 3, 1, LPixelFormatB8G8R8);
-    ASSERT_TRUE(b.IsValid());
-    EXPECT_EQ(b.stride, 12);
-    EXPECT_EQ(b.CalculateBufferSize(), 12u);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(b.GetData()) % 16, 0u);
-
     const struct {
         pixelformat_t format;
         int width, stride;
-    } cases[] = {{0, 5, 20}, {2, 3, 8}, {5, 1, 4}, {6, 3, 4}, {6, 10, 8}, {7, 5, 8}};
+    } cases[] = {{0, 5, 20}, {1, 3, 12}, {2, 3, 8}, {6, 10, 8}, {7, 5, 8}};
     for (const auto& c : cases) {
         LImage::New(b, c.width, 2, c.format);
         EXPECT_EQ(b.stride, c.stride) << "format " << c.format;
-        EXPECT_TRUE(b.IsValid());
         EXPECT_EQ(b.GetLastScanLine(), b.GetData() + c.stride);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(b.GetData()) % 16, 0u);
     }
-
-    // Sizes beyond 32 bits and negative sizes leave an invalid buffer that
-    // keeps the format it was asked for.
-    LImage::New(b, 70000, 70000, 0);
-    EXPECT_FALSE(b.IsValid());
-    EXPECT_EQ(b.width, 70000);
-    EXPECT_EQ(b.CalculateBufferSize(), 0u);
-    LImage::New(b, -4, 10, 0);
-    EXPECT_FALSE(b.IsValid());
-    LImage::New(b, 0x7FFFFFFF, 1, 0);
-    EXPECT_FALSE(b.IsValid());
-}
-
-TEST(ImageBuffer, StoreIsReusedUnlessMoreThanHalfWouldBeWasted) {
-    LImageBuffer b;
-    LImage::New(b, 100, 1, LPixelFormatI8);
-    LImageBufferStore* first = b.GetStore();
-    ASSERT_NE(first, nullptr);
-    EXPECT_EQ(first->GetStoreID(), 1);
-    LImage::New(b, 60, 1, LPixelFormatI8);
-    EXPECT_EQ(b.GetStore(), first);
-    EXPECT_EQ(b.width, 60);
-    LImage::New(b, 40, 1, LPixelFormatI8);
-    EXPECT_NE(b.GetStore(), first);
-    LImage::New(b, 41, 1, LPixelFormatI8); // 44 bytes: bigger than the store of 40
-    EXPECT_TRUE(b.IsValid());
-
-    LImageBuffer other;
-    other.Assign(b);
-    EXPECT_TRUE(other.IsValid());
-    EXPECT_FALSE(b.IsValid());
-    EXPECT_EQ(b.GetStore(), nullptr);
+    // Sizes beyond 32 bits and negative sizes leave an invalid buffer.
+    for (int w : {70000, -4, 0x7FFFFFFF}) {
+        LImage::New(b, w, w == 70000 ? 70000 : 1, 0);
+        EXPECT_FALSE(b.IsValid()) << w;
+        EXPECT_EQ(b.CalculateBufferSize(), 0u);
+    }
 }
 
 TEST(ImageIterator, SixteenBitReadsKeepTheirBleedAndCorrection) {
-    // Alpha bit alone; each 5-bit channel of 3 expands to 0x18, raised to 0x19.
+    // Each 5-bit channel of 3 expands to 0x18, raised to 0x19.
     EXPECT_EQ(PixelAt(Word(3, 0x8000), 0, 0), Argb(255, 0, 0, 0));
-    EXPECT_EQ(PixelAt(Word(3, 0x0C63), 0, 0), Argb(0, 0x19, 0x19, 0x19));
     EXPECT_EQ(PixelAt(Word(4, 0x0C63), 0, 0), Argb(255, 0x19, 0x19, 0x19));
-    EXPECT_EQ(PixelAt(Word(3, 0x7FFF), 0, 0), Argb(0, 255, 255, 255));
     // Blue's top bits reach green; green's reach red; green 0x2C is raised.
     EXPECT_EQ(PixelAt(Word(2, 0x001F), 0, 0), Argb(255, 0, 3, 255));
     EXPECT_EQ(PixelAt(Word(2, 0x0160), 0, 0), Argb(255, 1, 0x2D, 0));
@@ -112,12 +76,7 @@ TEST(ImageIterator, WritesPerFormat) {
     const LImageBuffer rgba = write(5, Argb(4, 3, 2, 1));
     EXPECT_EQ(std::vector<unsigned char>(rgba.GetData(), rgba.GetData() + 4),
               (std::vector<unsigned char>{3, 2, 1, 4}));
-    EXPECT_EQ(PixelAt(rgba, 0, 0), Argb(4, 3, 2, 1));
-    const LImageBuffer rgb = write(1, Argb(4, 3, 2, 1));
-    EXPECT_EQ(PixelAt(rgb, 0, 0), Argb(255, 3, 2, 1));
-    const LImageBuffer grey = write(7, Argb(4, 3, 2, 1));
-    EXPECT_EQ(grey.GetData()[0], 1);
-    EXPECT_EQ(PixelAt(grey, 0, 0), 1u); // blue only, alpha 0
+    EXPECT_EQ(PixelAt(write(7, Argb(4, 3, 2, 1)), 0, 0), 1u); // grey: blue only, alpha 0
 }
 
 TEST(ImageIterator, PackedFormatHasASizeButNoPixels) {
@@ -135,7 +94,6 @@ TEST(ImageIterator, PackedFormatHasASizeButNoPixels) {
     LImageBuffer invalid;
     LImageConstIterator none(invalid);
     EXPECT_FALSE(none.IsInRange());
-    EXPECT_EQ(none.GetTotal(), 0);
     LPixelColour out[4];
     EXPECT_EQ(none.Get(out, 4), 0);
 }
@@ -167,13 +125,12 @@ TEST(ImageIterator, EightScanOrdersOverBothOrientations) {
     const LImageBuffer b = MakePicture(3, 2, LPixelFormatI8, [](int, int) { return 0u; });
     EXPECT_FALSE(LImageConstIterator(b, 9).IsInRange());
     EXPECT_FALSE(LImageConstIterator(b, 3, 0, 2, 2, 0).IsInRange());
-}
 
-TEST(ImageIterator, ScanlinesStartAtTheTopOfThePicture) {
-    const LImageBuffer b = MakePicture(
+    // Scanlines start at the top of the picture however it is stored.
+    const LImageBuffer up = MakePicture(
         2, 3, LPixelFormatI8, [](int x, int y) { return std::uint32_t(10 * y + x); }, true);
     std::vector<int> firsts;
-    for (LImageScanlineConstIterator it(b, 1); it.IsInRange(); it.Next())
+    for (LImageScanlineConstIterator it(up, 1); it.IsInRange(); it.Next())
         firsts.push_back(*it.Get());
     EXPECT_EQ(firsts, (std::vector<int>{1, 11, 21}));
 }
@@ -182,23 +139,15 @@ TEST(ConvertPixels, RulesBetweenLayouts) {
     LPFR8G8B8A8 rgba;
     LPixelSet(rgba, LPFB8G8R8A8{1, 2, 3, 4});
     EXPECT_EQ(rgba.red, 3);
-    EXPECT_EQ(rgba.blue, 1);
     EXPECT_EQ(rgba.alpha, 4);
-    LPFB8G8R8A8 bgra{};
-    LPixelSet(bgra, LPFB8G8R8{1, 2, 3});
-    EXPECT_EQ(bgra.alpha, 255);
-    EXPECT_EQ(bgra.red, 3);
-
     // 16-bit to 8-bit: the same bleed as the iterators, no correction.
+    LPFB8G8R8A8 bgra{};
     LPixelSet(bgra, LPFB5G6R5{0x0160});
     EXPECT_EQ(bgra.red, 1);
     EXPECT_EQ(bgra.green, 0x2C);
-    EXPECT_EQ(bgra.alpha, 255);
     LPixelSet(bgra, LPFB5G5R5A1{0x0C63});
     EXPECT_EQ(bgra.red, 0x18);
     EXPECT_EQ(bgra.alpha, 0);
-    LPixelSet(bgra, LPFB5G5R5X1{0x0C63});
-    EXPECT_EQ(bgra.alpha, 255);
 
     LPFB5G6R5 w565;
     LPixelSet(w565, LPFB8G8R8A8{0x0F, 0x84, 0xFF, 0});
@@ -206,24 +155,14 @@ TEST(ConvertPixels, RulesBetweenLayouts) {
     // Green's low bit is its top bit, or blue's.
     LPixelSet(w565, LPFB5G5R5A1{0x02A1});
     EXPECT_EQ(w565.v, 0x0561);
-    LPixelSet(w565, LPFB5G5R5X1{0x0210});
-    EXPECT_EQ(w565.v, 0x0430);
-
     LPFB5G5R5A1 a1;
     LPixelSet(a1, LPFB8G8R8A8{0xFF, 0, 0, 0x80});
     EXPECT_EQ(a1.v, 0x801F);
-    LPixelSet(a1, LPFR8G8B8A8{0, 0, 0xFF, 0x7F});
-    EXPECT_EQ(a1.v, 0x001F);
     LPixelSet(a1, LPFB8G8R8{0, 0, 0});
     EXPECT_EQ(a1.v, 0x8000);
-    LPixelSet(a1, LPFB5G5R5X1{0x8123});
-    EXPECT_EQ(a1.v, 0x8123);
     LPFB5G5R5X1 x1{0x8000};
     LPixelSet(x1, LPFB8G8R8A8{0, 0, 0xFF, 0});
     EXPECT_EQ(x1.v, 0xFC00); // the bit that was there stays
-    x1.v = 0;
-    LPixelSet(x1, LPFB8G8R8A8{0, 0, 0xFF, 255});
-    EXPECT_EQ(x1.v, 0x7C00);
 }
 
 // Every pair converts a run of any length without touching what follows;
@@ -260,14 +199,6 @@ TEST(ConvertPixels, EveryPairAndRunLength) {
     FromEach<LPFB5G5R5A1>();
     FromEach<LPFB5G5R5X1>();
     FromEach<LPFR8G8B8A8>();
-
-    LPFB8G8R8 rgb[9];
-    for (int i = 0; i < 9; ++i)
-        rgb[i] = {std::uint8_t(i), std::uint8_t(2 * i), std::uint8_t(3 * i)};
-    LPFB8G8R8A8 out[9];
-    ConvertPixelsRGB_To_RGBA(out, rgb, 9);
-    EXPECT_EQ(out[8].red, 24);
-    EXPECT_EQ(out[8].alpha, 255);
 }
 
 TEST(ImageBufferCopy, KeepsThePictureUpright) {
@@ -286,12 +217,10 @@ TEST(ImageBufferCopy, KeepsThePictureUpright) {
     LImageBuffer padded(wide);
     LImageBufferCopy(padded, up);
     EXPECT_TRUE(kvtest::SamePictures(padded, up));
-
-    // Different shapes, or a shared store: nothing happens.
+    // Different shapes: nothing happens.
     LImageBuffer other = MakePicture(4, 4, 0, [](int, int) { return 0u; });
     LImageBufferCopy(other, up);
     EXPECT_EQ(PixelAt(other, 1, 1), 0u);
-    LImageBufferCopy(down, down);
 }
 
 TEST(ImageBuffer, ClearConvertsOnceAndStops) {
@@ -303,8 +232,6 @@ TEST(ImageBuffer, ClearConvertsOnceAndStops) {
 
     kvtest::StoppedProcess stop;
     EXPECT_EQ(b.Clear(stop, LPixelColour(0, 0, 0, 0)), LProcessResultStopped);
-    LImageBuffer invalid;
-    EXPECT_EQ(invalid.Clear(stop, LPixelColour()), LProcessResultOk);
 }
 
 TEST(CopyAlphaComposite, PremultipliedOverWithTheShiftByEight) {
@@ -315,7 +242,6 @@ TEST(CopyAlphaComposite, PremultipliedOverWithTheShiftByEight) {
         return PixelAt(dst, 0, 0);
     };
     EXPECT_EQ(over(Argb(128, 100, 50, 0), Argb(255, 200, 200, 200)), Argb(255, 200, 150, 100));
-    EXPECT_EQ(over(Argb(0, 0, 0, 0), Argb(77, 1, 2, 3)), Argb(77, 1, 2, 3));
     EXPECT_EQ(over(Argb(100, 0, 0, 0), Argb(100, 0, 0, 0)), Argb(161, 0, 0, 0));
     // An opaque source over a lit destination keeps the >> 8 remainder of 1,
     // and the sum is held at 255.

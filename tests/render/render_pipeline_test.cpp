@@ -18,32 +18,22 @@ struct ProgressLog : LProcessInterfaceVoid {
     std::vector<double> values;
 };
 
-TEST(SubInterfaceCreator, SlicesFollowTheWeights) {
-    ProgressLog root;
-    KVSubInterfaceCreator creator(root, 2);
-    creator.weights[0] = 1;
-    creator.weights[1] = 3;
-    LProcessInterface& first = creator.GetSubInterface(0);
-    first.SetProgress(0.0);
-    first.SetProgress(1.0);
-    LProcessInterface& second = creator.GetSubInterface(1);
-    second.SetProgress(0.0);
-    second.SetProgress(1.0);
-    EXPECT_EQ(root.values, (std::vector<double>{0.0, 0.25, 0.25, 1.0}));
-}
-
-TEST(SubInterfaceCreator, AbsentEffectsTakeNoShare) {
+TEST(SubInterfaceCreator, SlicesFollowTheWeightsAndAbsentEffectsTakeNoShare) {
     ProgressLog root;
     KVSubInterfaceCreator creator(root, 5);
     const unsigned char weights[5] = {5, 1, 0, 7, 0}; // shadow, body, no bevel, inner glow
     for (int i = 0; i < 5; ++i)
         creator.weights[i] = weights[i];
+    creator.GetSubInterface(0).SetProgress(0.5);
     creator.GetSubInterface(1).SetProgress(1.0);
-    creator.GetSubInterface(2).SetProgress(1.0);
+    creator.GetSubInterface(2).SetProgress(1.0); // a slice of nothing
     creator.GetSubInterface(3).SetProgress(0.0);
-    EXPECT_DOUBLE_EQ(root.values[0], 6.0 / 13.0);
-    EXPECT_DOUBLE_EQ(root.values[1], 6.0 / 13.0); // a slice of nothing
-    EXPECT_DOUBLE_EQ(root.values[2], 6.0 / 13.0);
+    creator.GetSubInterface(3).SetProgress(1.0);
+    EXPECT_EQ(root.values.size(), 5u);
+    EXPECT_DOUBLE_EQ(root.values[0], 2.5 / 13.0);
+    for (int i = 1; i < 4; ++i)
+        EXPECT_DOUBLE_EQ(root.values[i], 6.0 / 13.0);
+    EXPECT_DOUBLE_EQ(root.values[4], 1.0);
 }
 
 TEST(TriangleOperations, ForwardToThePolygonsWithThreePoints) {
@@ -97,11 +87,6 @@ struct TextLinesTest : testing::Test {
     }
 };
 
-TEST_F(TextLinesTest, AnEmptyListFails) {
-    EXPECT_EQ(Draw({0, 0, 100, 100}), LProcessResultError);
-    EXPECT_TRUE(t.Calls().empty());
-}
-
 TEST_F(TextLinesTest, LinesGoDownByTheSpacingTimesOneLineHeight) {
     Add("one");
     Add("two");
@@ -129,7 +114,9 @@ TEST_F(TextLinesTest, LinesGoDownByTheSpacingTimesOneLineHeight) {
     EXPECT_NEAR(log.values[2], 1.0, 1e-9);
 }
 
-TEST_F(TextLinesTest, ABoxWithNoHeightStopsAfterTheFirstLine) {
+TEST_F(TextLinesTest, AnEmptyListFailsAndABoxWithNoHeightStopsAfterOneLine) {
+    EXPECT_EQ(Draw({0, 0, 100, 100}), LProcessResultError);
+    EXPECT_TRUE(t.Calls().empty());
     Add("one");
     Add("two");
     EXPECT_EQ(Draw({0, 50, 100, 50}), LProcessResultOk);
