@@ -2,7 +2,7 @@
 // A render target that draws nothing, so a benchmark measures only the code
 // that drives it.
 
-#include "render/render_image.h"
+#include "target/render_image.h"
 
 class NullTarget : public KVRenderImage {
 public:

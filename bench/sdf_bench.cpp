@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "persistence/sdf.h"
+#include "foundation/sdf.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "fuzz_support.h"
-#include "persistence/sdf.h"
+#include "foundation/sdf.h"
 
 namespace {
 

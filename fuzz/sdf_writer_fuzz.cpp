@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "fuzz_support.h"
-#include "persistence/sdf.h"
+#include "foundation/sdf.h"
 
 namespace {
 

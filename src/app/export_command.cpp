@@ -1,9 +1,11 @@
 #include "app/export_command.h"
 
+#include "document/project.h"
+#include "exchange/file_types.h"
 #include "imaging/image_export.h"
 #include "imaging/image_file.h"
-#include "render/render_image_buffer.h"
 #include "persistence/project_file.h"
+#include "render/render_results.h"
 
 volatile std::sig_atomic_t KVConsoleProcess::stopRequested = 0;
 
@@ -52,41 +54,22 @@ void KVConsoleProcess::Finish() {
 namespace {
 
 // Makes the picture that is to be saved: a raster file is that picture; a
-// project is loaded and rendered, as on screen, at the size of its current
-// image over its background colour.
+// project is loaded and rendered as on screen.
 LProcessResult KVExportMakePicture(LProcessInterface& process, const char* input,
                                    LImageBuffer& picture) {
     if (KVGetExportKind(input) == KVExportKindProject) {
         KVProject project;
         {
             LProcessInterfaceSubProcess loading(process, 0, 0.3);
-            const LProcessResult loaded = KVProjectFileLoad(loading, project, input);
-            if (loaded != LProcessResultOk)
-                return loaded;
+            if (LProcessResult r = KVProjectFileLoad(loading, project, input))
+                return r;
         }
-        KVImage* image = project.GetCurrentImage();
-        if (!image)
-            return LProcessResultError;
-        const unsigned long limit = 32767;
-        if (image->GetWidth() == 0 || image->GetHeight() == 0 || image->GetWidth() > limit ||
-            image->GetHeight() > limit) {
-            process.SetErrorF("The picture of %lu by %lu pixels cannot be made.",
-                              image->GetWidth(), image->GetHeight());
-            return LProcessResultError;
-        }
-        KVRenderImageBuffer target(static_cast<int>(image->GetWidth()),
-                                   static_cast<int>(image->GetHeight()));
-        if (target.Clear(image->GetBackground()) != LProcessResultOk) {
-            process.SetErrorF("The picture of %lu by %lu pixels cannot be made.",
-                              image->GetWidth(), image->GetHeight());
-            return LProcessResultError;
-        }
+        KVProjectPicture work;
+        work.project = &project;
         LProcessInterfaceSubProcess rendering(process, 0.3, 0.7);
-        const LProcessResult rendered = project.Render(rendering, target);
-        if (rendered != LProcessResultOk)
-            return rendered;
-        target.Flush();
-        picture.Assign(target.GetImage());
+        if (LProcessResult r = Process(rendering, work))
+            return r;
+        picture.Assign(work.picture);
         return LProcessResultOk;
     }
     // Everything the library can read, not only what the open dialog offers.

@@ -2,7 +2,7 @@
 // The vector form of an element in the render cache: its outline, and how to
 // stroke and fill it. Filled from an element's CreatePathCache.
 
-#include "document/effects.h"
+#include "target/effects.h"
 #include "foundation/graphics_path.h"
 #include "foundation/line_style.h"
 #include "foundation/ptr.h"

@@ -4,8 +4,8 @@
 
 #include <cstdio>
 
-#include "document/cache_handle.h"
-#include "document/effects.h"
+#include "target/cache_handle.h"
+#include "target/effects.h"
 #include "document/undo.h"
 #include "foundation/color.h"
 #include "foundation/geometry.h"
@@ -13,7 +13,7 @@
 #include "foundation/lock.h"
 #include "foundation/process.h"
 #include "foundation/string.h"
-#include "render/render_image.h"
+#include "target/render_image.h"
 
 class KVElementWidget;
 class KVDrawPath;

@@ -30,7 +30,7 @@ public:
     virtual ~KVLayer() = default;
 
     virtual LProcessResult Render(LProcessInterface& process, KVRenderImage& target);
-    // The project file's layer chunk (written and read by the persistence library).
+    // The layer chunk of the project file.
     LProcessResult WriteSDF(LProcessInterface& process, LSDFWriter<LOutputStreamFile>& writer) const;
     LProcessResult ReadSDF(KVSDFReadState& state, LSDFReaderChunk<LInputStreamFile>& chunk,
                            KVImage& image);

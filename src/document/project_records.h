@@ -8,12 +8,12 @@
 // cannot be read as its id says marks the reader's `damaged` flag, and the
 // loader then refuses the file instead of building half a project.
 
-#include "document/effects.h"
+#include "target/effects.h"
 #include "foundation/color.h"
 #include "foundation/file.h"
 #include "foundation/geometry.h"
 #include "foundation/process.h"
-#include "persistence/sdf.h"
+#include "foundation/sdf.h"
 
 using KVSDFWriter = LSDFWriter<LOutputStreamFile>;
 using KVSDFReader = LSDFReader<LInputStreamFile>;

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "document/cache_path.h"
-#include "document/draw_path.h"
+#include "target/draw_path.h"
 #include "document/widget.h"
 #include "foundation/graphics_path.h"
 
@@ -13,6 +13,24 @@ KVShapeWidgetFactory* gShapeWidgetFactory = nullptr;
 
 // x' = x + (x * s - x): the box's corner moves by its own scaled offset.
 float ScaleCoordinate(float x, float s) { return x + (x * s - x); }
+
+// Which form of a shape's operation paints it: with its gradient, its flat
+// fill, or as an outline. The body asks for the gradient first and the bevel
+// for the fill first. Only one of the two is ever set, yet both orders are
+// the program's own and stay as they are.
+enum class FillOrder { GradientFirst, FillFirst };
+
+template <class P, class Gradient, class Fill, class Outline>
+LProcessResult PaintByFill(const P& p, FillOrder order, Gradient gradient, Fill fill,
+                           Outline outline) {
+    if (order == FillOrder::GradientFirst && p.gradient)
+        return gradient(*p.gradient);
+    if (p.fill)
+        return fill(*p.fill);
+    if (p.gradient)
+        return gradient(*p.gradient);
+    return outline();
+}
 } // namespace
 
 void KVSetShapeWidgetFactory(KVShapeWidgetFactory* factory) { gShapeWidgetFactory = factory; }
@@ -253,22 +271,24 @@ LProcessResult KVRectangleElement::DrawShadow(KVRenderImage& t, LProcessInterfac
 }
 
 LProcessResult KVRectangleElement::DrawBody(KVRenderImage& t, LProcessInterface& sub, const P& p) {
-    if (p.gradient)
-        return t.FillRect(sub, *p.gradient, p.lineWidth, p.lineColour, p.bounds);
-    if (p.fill)
-        return t.FillRect(sub, p.lineWidth, p.lineColour, *p.fill, p.bounds);
-    return t.DrawRect(sub, p.lineWidth, p.lineColour, p.bounds);
+    return PaintByFill(
+        p, FillOrder::GradientFirst,
+        [&](const KVGradient& g) { return t.FillRect(sub, g, p.lineWidth, p.lineColour, p.bounds); },
+        [&](const LGuiColorAlpha& f) { return t.FillRect(sub, p.lineWidth, p.lineColour, f, p.bounds); },
+        [&] { return t.DrawRect(sub, p.lineWidth, p.lineColour, p.bounds); });
 }
 
-// The fill is tested before the gradient here, after it in the body; only one
-// of them is ever set.
 LProcessResult KVRectangleElement::DrawBevel(KVRenderImage& t, LProcessInterface& sub, const P& p) {
-    if (p.fill)
-        return t.FillRectBevelEmboss(sub, p.lineWidth, p.lineColour, *p.fill, p.bounds, *p.bevel);
-    if (p.gradient)
-        return t.FillRectBevelEmboss(sub, *p.gradient, p.lineWidth, p.lineColour, p.bounds,
-                                     *p.bevel);
-    return t.DrawRectBevelEmboss(sub, p.lineWidth, p.lineColour, p.bounds, *p.bevel);
+    const KVBevelEmboss& b = *p.bevel;
+    return PaintByFill(
+        p, FillOrder::FillFirst,
+        [&](const KVGradient& g) {
+            return t.FillRectBevelEmboss(sub, g, p.lineWidth, p.lineColour, p.bounds, b);
+        },
+        [&](const LGuiColorAlpha& f) {
+            return t.FillRectBevelEmboss(sub, p.lineWidth, p.lineColour, f, p.bounds, b);
+        },
+        [&] { return t.DrawRectBevelEmboss(sub, p.lineWidth, p.lineColour, p.bounds, b); });
 }
 
 LProcessResult KVEllipseElement::DrawShadow(KVRenderImage& t, LProcessInterface& sub, const P& p) {
@@ -276,21 +296,24 @@ LProcessResult KVEllipseElement::DrawShadow(KVRenderImage& t, LProcessInterface&
 }
 
 LProcessResult KVEllipseElement::DrawBody(KVRenderImage& t, LProcessInterface& sub, const P& p) {
-    if (p.gradient)
-        return t.FillEllipse(sub, *p.gradient, p.lineWidth, p.lineColour, p.bounds);
-    if (p.fill)
-        return t.FillEllipse(sub, p.lineWidth, p.lineColour, *p.fill, p.bounds);
-    return t.DrawEllipse(sub, p.lineWidth, p.lineColour, p.bounds);
+    return PaintByFill(
+        p, FillOrder::GradientFirst,
+        [&](const KVGradient& g) { return t.FillEllipse(sub, g, p.lineWidth, p.lineColour, p.bounds); },
+        [&](const LGuiColorAlpha& f) { return t.FillEllipse(sub, p.lineWidth, p.lineColour, f, p.bounds); },
+        [&] { return t.DrawEllipse(sub, p.lineWidth, p.lineColour, p.bounds); });
 }
 
 LProcessResult KVEllipseElement::DrawBevel(KVRenderImage& t, LProcessInterface& sub, const P& p) {
-    if (p.fill)
-        return t.FillEllipseBevelEmboss(sub, p.lineWidth, p.lineColour, *p.fill, p.bounds,
-                                        *p.bevel);
-    if (p.gradient)
-        return t.FillEllipseBevelEmboss(sub, *p.gradient, p.lineWidth, p.lineColour, p.bounds,
-                                        *p.bevel);
-    return t.DrawEllipseBevelEmboss(sub, p.lineWidth, p.lineColour, p.bounds, *p.bevel);
+    const KVBevelEmboss& b = *p.bevel;
+    return PaintByFill(
+        p, FillOrder::FillFirst,
+        [&](const KVGradient& g) {
+            return t.FillEllipseBevelEmboss(sub, g, p.lineWidth, p.lineColour, p.bounds, b);
+        },
+        [&](const LGuiColorAlpha& f) {
+            return t.FillEllipseBevelEmboss(sub, p.lineWidth, p.lineColour, f, p.bounds, b);
+        },
+        [&] { return t.DrawEllipseBevelEmboss(sub, p.lineWidth, p.lineColour, p.bounds, b); });
 }
 
 LProcessResult KVTriangleElement::DrawShadow(KVRenderImage& t, LProcessInterface& sub, const P& p) {
@@ -303,25 +326,35 @@ LProcessResult KVTriangleElement::DrawShadow(KVRenderImage& t, LProcessInterface
 LProcessResult KVTriangleElement::DrawBody(KVRenderImage& t, LProcessInterface& sub, const P& p) {
     LPointTemplate<float> v[3];
     p.GetPoints(v);
-    if (p.gradient)
-        return t.FillTriangle(sub, *p.gradient, p.lineWidth, p.lineColour, v[0], v[1], v[2],
-                              p.bounds);
-    if (p.fill)
-        return t.FillTriangle(sub, p.lineWidth, p.lineColour, *p.fill, v[0], v[1], v[2], p.bounds);
-    return t.DrawTriangle(sub, p.lineWidth, p.lineColour, v[0], v[1], v[2], p.bounds);
+    return PaintByFill(
+        p, FillOrder::GradientFirst,
+        [&](const KVGradient& g) {
+            return t.FillTriangle(sub, g, p.lineWidth, p.lineColour, v[0], v[1], v[2], p.bounds);
+        },
+        [&](const LGuiColorAlpha& f) {
+            return t.FillTriangle(sub, p.lineWidth, p.lineColour, f, v[0], v[1], v[2], p.bounds);
+        },
+        [&] { return t.DrawTriangle(sub, p.lineWidth, p.lineColour, v[0], v[1], v[2], p.bounds); });
 }
 
 LProcessResult KVTriangleElement::DrawBevel(KVRenderImage& t, LProcessInterface& sub, const P& p) {
     LPointTemplate<float> v[3];
     p.GetPoints(v);
-    if (p.fill)
-        return t.FillTriangleBevelEmboss(sub, p.lineWidth, p.lineColour, *p.fill, v[0], v[1], v[2],
-                                         p.bounds, *p.bevel);
-    if (p.gradient)
-        return t.FillTriangleBevelEmboss(sub, *p.gradient, p.lineWidth, p.lineColour, v[0], v[1],
-                                         v[2], p.bounds, *p.bevel);
-    return t.DrawTriangleBevelEmboss(sub, p.lineWidth, p.lineColour, v[0], v[1], v[2], p.bounds,
-                                     *p.bevel);
+    const KVBevelEmboss& b = *p.bevel;
+    return PaintByFill(
+        p, FillOrder::FillFirst,
+        [&](const KVGradient& g) {
+            return t.FillTriangleBevelEmboss(sub, g, p.lineWidth, p.lineColour, v[0], v[1], v[2],
+                                             p.bounds, b);
+        },
+        [&](const LGuiColorAlpha& f) {
+            return t.FillTriangleBevelEmboss(sub, p.lineWidth, p.lineColour, f, v[0], v[1], v[2],
+                                             p.bounds, b);
+        },
+        [&] {
+            return t.DrawTriangleBevelEmboss(sub, p.lineWidth, p.lineColour, v[0], v[1], v[2],
+                                             p.bounds, b);
+        });
 }
 
 int KVTriangleElement::GetWidgetBorder(const P& p) const {
@@ -341,25 +374,34 @@ LProcessResult KVPolygonElement::DrawShadow(KVRenderImage& t, LProcessInterface&
 
 LProcessResult KVPolygonElement::DrawBody(KVRenderImage& t, LProcessInterface& sub, const P& p) {
     LArray<LPointTemplate<float>> v = Vertices(p);
-    if (p.gradient)
-        return t.FillPoly(sub, *p.gradient, p.lineWidth, p.lineColour, v.Data(), v.GetCount(),
-                          p.bounds);
-    if (p.fill)
-        return t.FillPoly(sub, p.lineWidth, p.lineColour, *p.fill, v.Data(), v.GetCount(),
-                          p.bounds);
-    return t.DrawPoly(sub, p.lineWidth, p.lineColour, v.Data(), v.GetCount(), p.bounds);
+    return PaintByFill(
+        p, FillOrder::GradientFirst,
+        [&](const KVGradient& g) {
+            return t.FillPoly(sub, g, p.lineWidth, p.lineColour, v.Data(), v.GetCount(), p.bounds);
+        },
+        [&](const LGuiColorAlpha& f) {
+            return t.FillPoly(sub, p.lineWidth, p.lineColour, f, v.Data(), v.GetCount(), p.bounds);
+        },
+        [&] { return t.DrawPoly(sub, p.lineWidth, p.lineColour, v.Data(), v.GetCount(), p.bounds); });
 }
 
 LProcessResult KVPolygonElement::DrawBevel(KVRenderImage& t, LProcessInterface& sub, const P& p) {
     LArray<LPointTemplate<float>> v = Vertices(p);
-    if (p.fill)
-        return t.FillPolyBevelEmboss(sub, p.lineWidth, p.lineColour, *p.fill, v.Data(),
-                                     v.GetCount(), p.bounds, *p.bevel);
-    if (p.gradient)
-        return t.FillPolyBevelEmboss(sub, *p.gradient, p.lineWidth, p.lineColour, v.Data(),
-                                     v.GetCount(), p.bounds, *p.bevel);
-    return t.DrawPolyBevelEmboss(sub, p.lineWidth, p.lineColour, v.Data(), v.GetCount(), p.bounds,
-                                 *p.bevel);
+    const KVBevelEmboss& b = *p.bevel;
+    return PaintByFill(
+        p, FillOrder::FillFirst,
+        [&](const KVGradient& g) {
+            return t.FillPolyBevelEmboss(sub, g, p.lineWidth, p.lineColour, v.Data(), v.GetCount(),
+                                         p.bounds, b);
+        },
+        [&](const LGuiColorAlpha& f) {
+            return t.FillPolyBevelEmboss(sub, p.lineWidth, p.lineColour, f, v.Data(), v.GetCount(),
+                                         p.bounds, b);
+        },
+        [&] {
+            return t.DrawPolyBevelEmboss(sub, p.lineWidth, p.lineColour, v.Data(), v.GetCount(),
+                                         p.bounds, b);
+        });
 }
 
 int KVPolygonElement::GetWidgetBorder(const P& p) const {

@@ -4,10 +4,10 @@
 // effects), and the line. Each is a description only: Render says which
 // operations of the target are called, in which order and with what.
 
-#include "document/effects.h"
+#include "target/effects.h"
 #include "document/element.h"
 #include "foundation/array.h"
-#include "render/render_types.h"
+#include "target/render_types.h"
 
 class LGraphicsPath;
 enum LLineDashStyle : int;

@@ -3,29 +3,34 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <string>
 #include <ctime>
 
-void LProcessInterface::SetErrorF(const char* format, ...) {
-    // Starts empty: a conversion the C library rejects must not leave garbage.
+namespace {
+
+// Starts empty: a conversion the C library rejects must not leave garbage.
+std::string Formatted(const char* format, va_list args) {
     char buffer[kLProcessMessageSize];
     buffer[0] = '\0';
-    va_list args;
-    va_start(args, format);
     if (format)
         std::vsnprintf(buffer, sizeof buffer, format, args);
+    return buffer;
+}
+
+} // namespace
+
+void LProcessInterface::SetErrorF(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    SetError(Formatted(format, args).c_str());
     va_end(args);
-    SetError(buffer);
 }
 
 void LProcessInterface::SetStatusF(int level, const char* format, ...) {
-    char buffer[kLProcessMessageSize];
-    buffer[0] = '\0';
     va_list args;
     va_start(args, format);
-    if (format)
-        std::vsnprintf(buffer, sizeof buffer, format, args);
+    SetStatus(Formatted(format, args).c_str(), level);
     va_end(args);
-    SetStatus(buffer, level);
 }
 
 LProcessResult LProcessInterfaceVoid::ProcessWait(unsigned int milliseconds) {

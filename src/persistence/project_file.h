@@ -20,12 +20,6 @@ LProcessResult KVProjectFileSave(LProcessInterface& process, const KVProject& pr
 // file's path.
 LProcessResult KVProjectFileLoad(LProcessInterface& process, KVProject& project, const char* path);
 
-// An element of default properties of the kind named by the chunk's key; the
-// stream is left right behind the key. Null for a key no kind answers to
-// ("simplepath" included: it lives only inside picture elements).
-KVElement* CreateElementSDF(LSDFReader<LInputStreamFile>& reader,
-                            LSDFReaderChunk<LInputStreamFile>& chunk);
-
 // Adapters for running a save or load through the process framework.
 struct KVProjectFileSaveSettings {
     char path[260];

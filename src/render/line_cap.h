@@ -3,7 +3,7 @@
 // stroke caps.
 
 #include "foundation/geometry.h"
-#include "render/render_types.h"
+#include "target/render_types.h"
 
 class LGraphicsPath;
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "document/draw_path.h"
+#include "target/draw_path.h"
 #include "foundation/brush.h"
 #include "foundation/graphics_path.h"
 #include "foundation/line_style.h"

@@ -10,7 +10,7 @@
 #include "foundation/ptr.h"
 #include "imaging/image_buffer.h"
 #include "imaging/image_painter.h"
-#include "render/render_image.h"
+#include "target/render_image.h"
 
 class LGuiBrush;
 

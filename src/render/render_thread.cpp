@@ -1,7 +1,7 @@
 #include "render/render_thread.h"
 
-#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "document/project.h"
@@ -122,15 +122,19 @@ void KVRenderThread::SetProgress(double fraction) {
     if (value == lastProgress)
         return;
     lastProgress = value;
-    if (handler)
-        handler->PostNotifyFromSender(KVRenderNotifyProgress, nullptr,
-                                      static_cast<unsigned long>(value));
+    Post(KVRenderNotifyProgress, KVRenderNotice{nullptr, value});
 }
 
-void KVRenderThread::Post(unsigned int id, const void* value) {
+void KVRenderThread::Post(unsigned int id, const KVRenderNotice& notice) {
     if (handler)
-        handler->PostNotifyFromSender(
-            id, nullptr, static_cast<unsigned long>(reinterpret_cast<uintptr_t>(value)));
+        handler->PostNotifyFromSender(id, &notice, sizeof notice);
+}
+
+bool KVReadRenderNotice(const void* data, unsigned long size, KVRenderNotice& notice) {
+    if (!data || size != sizeof notice)
+        return false;
+    std::memcpy(&notice, data, sizeof notice);
+    return true;
 }
 
 void KVRenderThread::ThreadFunction() {
@@ -146,7 +150,7 @@ void KVRenderThread::ThreadFunction() {
     const LProcessResult result = Process(*this, *record);
     unsigned int last = KVRenderNotifyFailed;
     if (result == LProcessResultOk) {
-        Post(KVRenderNotifyFinished, record);
+        Post(KVRenderNotifyFinished, KVRenderNotice{record, 1000});
         Autosave(*this, *record->project, recoveryCounter);
         last = KVRenderNotifyAutosaved;
     } else if (result == LProcessResultStopped) {
@@ -159,7 +163,7 @@ void KVRenderThread::ThreadFunction() {
         LLockGuard guard(lock);
         current = nullptr;
     }
-    Post(last, record);
+    Post(last, KVRenderNotice{record, lastProgress});
 }
 
 KVRenderLock::KVRenderLock(KVRenderThread& thread) : thread(thread) { thread.AddRenderLock(); }

@@ -2,7 +2,7 @@
 // The one render worker of the editor window: it renders the current project
 // into a fresh picture, then, when the image has unsaved changes, writes the
 // whole project to its recovery file. It never touches a window: it reports
-// to the main thread by queued notifications whose value is the record.
+// to the main thread by queued notifications that carry a KVRenderNotice.
 
 #include <atomic>
 #include <cstddef>
@@ -14,15 +14,23 @@
 
 class KVProject;
 
-// Notification ids. Except for the progress, the value is the record
-// (a KVRenderResults*) as a number.
+// Notification ids.
 enum KVRenderNotify : unsigned int {
     KVRenderNotifyFinished = 4,  // the picture is complete
     KVRenderNotifyFailed = 5,    // the render failed; the record can go
     KVRenderNotifyStopped = 6,   // the render was stopped; the record can go
-    KVRenderNotifyProgress = 28, // the value is the progress times 1000
+    KVRenderNotifyProgress = 28, // the progress changed
     KVRenderNotifyAutosaved = 53 // after a finished render, whether or not it saved
 };
+
+// What each notification carries: the record it is about (none with the
+// progress), and the progress in thousandths.
+struct KVRenderNotice {
+    const KVRenderResults* record = nullptr;
+    long progress = 0;
+};
+// The notice in a notification's data; false for data that holds none.
+bool KVReadRenderNotice(const void* data, unsigned long size, KVRenderNotice& notice);
 
 class KVRenderThread : public LThread {
 public:
@@ -61,7 +69,7 @@ protected:
     void ThreadFunction() override;
 
 private:
-    void Post(unsigned int id, const void* value);
+    void Post(unsigned int id, const KVRenderNotice& notice);
 
     LQueuedNotifyDataHandler* handler = nullptr;
     KVRenderResults* current = nullptr;

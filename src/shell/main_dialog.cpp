@@ -1,12 +1,10 @@
 #include "shell/main_dialog.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <QApplication>
 #include <QClipboard>
-#include <QImage>
 #include <QLocale>
 
 #include <algorithm>
@@ -15,12 +13,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "foundation/app_paths.h"
-#include "foundation/string.h"
-#include "imaging/image_export.h"
-#include "persistence/project_file.h"
-#include "render/render_image_buffer.h"
-#include "shell/print.h"
+#include "shell/main_dialog_p.h"
 #include "shell/ui_window.h"
 #include "toolkit/dialogs.h"
 #include "toolkit/picture_view.h"
@@ -31,19 +24,7 @@
 #define KV_VERSION "0"
 #endif
 
-namespace {
-
-constexpr const char* kTitle = "Korvane Graphics Editor";
-constexpr const char* kAlertTitle = "Korvane";
-const std::vector<int> kZoomSteps = {10, 25, 50, 75, 100, 200, 400};
-
-std::string LowerExtension(const char* path) {
-    const char* slash = std::strrchr(path, '/');
-    const char* dot = std::strrchr(slash ? slash : path, '.');
-    std::string ext = dot ? dot : "";
-    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
-    return ext;
-}
+namespace kvshell {
 
 std::string BaseName(const char* path) {
     const char* slash = std::strrchr(path, '/');
@@ -59,6 +40,14 @@ bool IsRegularFile(const char* path) {
     struct stat st;
     return path && stat(path, &st) == 0 && S_ISREG(st.st_mode);
 }
+
+} // namespace kvshell
+
+using namespace kvshell;
+
+namespace {
+
+const std::vector<int> kZoomSteps = {10, 25, 50, 75, 100, 200, 400};
 
 // Free memory in bytes, as the system counts what a program can still have.
 std::uint64_t FreeHeap() {
@@ -82,21 +71,7 @@ void FixSize(int& width, int& height) {
     height = h;
 }
 
-class MainDialog::Change {
-public:
-    explicit Change(MainDialog& dialog) : dialog(dialog) { dialog.GetCurrentProject(lock); }
-    ~Change() {
-        lock.reset();
-        dialog.StartWaitingRender();
-    }
-
-private:
-    MainDialog& dialog;
-    std::unique_ptr<KVRenderLock> lock;
-};
-
-MainDialog::MainDialog() : renderThread(std::make_unique<KVRenderThread>()) {
-    renderThread->SetNotifyHandler(this);
+MainDialog::MainDialog() : renderQueue(new KVRenderQueue(static_cast<KVRenderQueueClient&>(*this))) {
     uiWindow = new KVUiWindow([this](unsigned id, const KVProject* p) { EvInterWinMessage(id, p); }, this);
     SetContent(uiWindow);
     setWindowTitle(kTitle);
@@ -104,12 +79,8 @@ MainDialog::MainDialog() : renderThread(std::make_unique<KVRenderThread>()) {
 }
 
 MainDialog::~MainDialog() {
-    // Nothing the worker posted may reach a half-destroyed window.
-    GetRunOnMainThread().Close();
-    renderThread->SetClosing();
-    renderThread->StopThreadNow();
-    renderThread.reset();
-    results.DeleteAll();
+    // The renders go first: they read the projects.
+    renderQueue.reset();
     // Each project deletes its recovery file: a clean exit leaves none.
     currentProject = nullptr;
     projects.DeleteAll();
@@ -274,9 +245,9 @@ void MainDialog::EvDropFiles(const std::vector<std::string>& paths) {
 }
 
 void MainDialog::EvInterWinMessage(unsigned id, const KVProject* project) {
-    if (id == 30)
+    if (id == KVMsgCloseProject)
         EvCloseProject(project);
-    else if (id == 31 && project && projects.Contains(project))
+    else if (id == KVMsgSelectProject && project && projects.Contains(project))
         SelectProject(*const_cast<KVProject*>(project));
     UpdateCommandStates();
     update();
@@ -292,7 +263,7 @@ bool MainDialog::CanClose() {
 }
 
 KVProject* MainDialog::GetCurrentProject(std::unique_ptr<KVRenderLock>& lock) {
-    lock = std::make_unique<KVRenderLock>(*renderThread);
+    lock = renderQueue->Lock();
     return currentProject;
 }
 
@@ -338,40 +309,6 @@ void MainDialog::AddAndSelect(KVProject* project, const char* tabName) {
     SelectProject(*project);
 }
 
-void MainDialog::CmOpenFile(const char* path) {
-    std::string chosen;
-    if (!path) {
-        LFileDialogRequest request;
-        request.title = "Open File";
-        request.folder = LGetPicturesFolder();
-        request.filters = {{"Korvane Project File(*.kvp)", "*.kvp"}};
-        chosen = LFileDialog(this, request);
-        if (chosen.empty())
-            return;
-        path = chosen.c_str();
-    }
-    if (!IsRegularFile(path))
-        return;
-    const std::string fileName = BaseName(path);
-    if (LowerExtension(path) != ".kvp") {
-        char text[600];
-        std::snprintf(text, sizeof text,
-                      "\"%s\" can't be opened: this version opens Korvane projects (.kvp) only.",
-                      fileName.c_str());
-        LAlert(this, kAlertTitle, text);
-        return;
-    }
-    auto project = std::make_unique<KVProject>(WithoutExtension(fileName).c_str());
-    KVProjectFileLoadSettings load{};
-    LStrCopy(load.path, path);
-    load.project = project.get();
-    LProcessDialog<KVProjectFileLoadSettings> dialog(this, "Loading File", load);
-    if (dialog.Run() != LProcessResultOk)
-        return;
-    KVProject* opened = project.release();
-    AddAndSelect(opened, opened->GetName());
-}
-
 void MainDialog::SelectProject(KVProject& project) {
     if (currentProject && currentProject->GetCurrentImage())
         currentProject->GetCurrentImage()->zoom = static_cast<float>(GetZoomPercent() / 100.0);
@@ -390,7 +327,7 @@ bool MainDialog::EvCloseProject(const KVProject* target) {
     if (!target || !projects.Contains(target))
         return false;
     KVProject* project = const_cast<KVProject*>(target);
-    renderThread->CloseProject(project);
+    renderQueue->StopRenderOf(project);
     KVImage* image = project->GetCurrentImage();
     if (image && !image->GetUndoRedoStack().IsCurrentStateSaved()) {
         char text[600];
@@ -419,184 +356,13 @@ bool MainDialog::EvCloseProject(const KVProject* target) {
         currentProject = nullptr;
     // The question and the save let events run, and one of them may have
     // started a render of this project again: stop it now, with nothing run
-    // between here and the delete. Renders still waiting for it would read a
-    // project that is gone; a stopped one goes when its notification comes.
-    renderThread->CloseProject(project);
-    for (KVRenderResults* r = results.GetFirst(); r;) {
-        KVRenderResults* next = r->GetNext();
-        if (r->project == project && !r->started)
-            DeleteRecord(r);
-        r = next;
-    }
+    // between here and the delete.
+    renderQueue->ForgetProject(project);
     uiWindow->RemoveProject(project);
     delete projects.Remove(project);
     cleaning.Finish(LProcessResultOk);
     UpdateCommandStates();
     return true;
-}
-
-// ---------------------------------------------------------------------------
-// Saving
-
-bool MainDialog::CmSave() {
-    if (!currentProject)
-        return false;
-    KVImage* image = currentProject->GetCurrentImage();
-    if (!image || !image->GetName()[0] || !image->GetPath()[0])
-        return false;
-    return SaveFile(nullptr, image->GetPath()) == LProcessResultOk;
-}
-
-bool MainDialog::CmSaveAs() { return currentProject && SaveAs(*currentProject); }
-
-bool MainDialog::SaveAs(KVProject& project) {
-    KVImage* image = project.GetCurrentImage();
-    if (!image || !image->GetName()[0])
-        return false;
-    std::string start;
-    if (image->GetPath()[0]) {
-        start = image->GetPath();
-        const size_t slash = start.rfind('/');
-        const std::string file = slash == std::string::npos ? start : start.substr(slash + 1);
-        if (file != image->GetName())
-            start = (slash == std::string::npos ? std::string() : start.substr(0, slash + 1)) + image->GetName();
-    } else {
-        std::string folder = LEnsureFolder(LGetDocumentsFolder() + "/Korvane");
-        if (folder.empty())
-            folder = LGetDocumentsFolder();
-        start = folder + "/" + image->GetName();
-    }
-    std::string extension = LowerExtension(start.c_str());
-    extension = extension.empty() ? "kvp" : extension.substr(1);
-
-    LFileDialogRequest request;
-    request.save = true;
-    request.title = "Save As";
-    const size_t slash = start.rfind('/');
-    request.folder = slash == std::string::npos ? std::string() : start.substr(0, slash);
-    request.fileName = slash == std::string::npos ? start : start.substr(slash + 1);
-    request.defaultExtension = extension;
-    request.filters = {{"Korvane Project File (*.kvp)", "*.kvp"},
-                       {"PNG Image (*.png)", "*.png"},
-                       {"JPEG Image (*.jpg)", "*.jpg"}};
-    std::string path = LFileDialog(this, request);
-    if (path.empty())
-        return false;
-    if (path.size() >= kLFixedStringSize) {
-        LAlert(this, kAlertTitle, "That file name is too long.");
-        return false;
-    }
-    image->SetName("");
-    image->SetPath(path.c_str());
-    uiWindow->RenameProject(&project, image->GetName());
-    KVProject* previous = currentProject;
-    currentProject = &project;
-    const LProcessResult r = SaveFile(nullptr, path.c_str());
-    currentProject = previous;
-    return r == LProcessResultOk;
-}
-
-LProcessResult MainDialog::SaveFile(LProcessInterface* process, const char* path) {
-    if (!currentProject || !currentProject->GetCurrentImage() || !path)
-        return LProcessResultError;
-    const std::string ext = LowerExtension(path);
-    const bool project = ext == ".kvp";
-    const bool raster = ext == ".jpg" || ext == ".png" || ext == ".bmp" || ext == ".ico";
-    const bool vector = ext == ".svg" || ext == ".eps" || ext == ".pdf";
-    if (!project && !raster && !vector) {
-        LAlert(this, kAlertTitle,
-               "That file type is not supported. Please select a file extension from the listed options.");
-        return LProcessResultError;
-    }
-    std::unique_ptr<LProgressDialog> own;
-    if (!process) {
-        own = std::make_unique<LProgressDialog>(this, "Saving File");
-        process = own.get();
-    }
-    LProcessResult r;
-    if (project) {
-        r = SaveProjectFile(*process, *currentProject, path);
-    } else if (raster) {
-        r = ExportRaster(*process, *currentProject, path);
-    } else {
-        process->SetErrorF("Saving as %s is not available in this version.", ext.c_str() + 1);
-        r = LProcessResultError;
-    }
-    if (own)
-        own->Finish(r);
-    UpdateCommandStates();
-    return r;
-}
-
-LProcessResult MainDialog::SaveProjectFile(LProcessInterface& process, KVProject& project, const char* path) {
-    Change change(*this);
-    KVProjectFileSaveSettings save{};
-    LStrCopy(save.path, path);
-    save.project = &project;
-    LProcessThreadData<KVProjectFileSaveSettings> data(save);
-    const LProcessResult r = Process(process, data);
-    if (r == LProcessResultOk)
-        project.MarkAsSaved();
-    return r;
-}
-
-LProcessResult MainDialog::ExportRaster(LProcessInterface& process, KVProject& project, const char* path) {
-    KVImage* image = project.GetCurrentImage();
-    Change change(*this);
-    KVRenderResults render;
-    render.project = &project;
-    auto* target = new KVRenderImageBuffer(static_cast<int>(image->GetWidth()), static_cast<int>(image->GetHeight()));
-    render.target = LPtr<KVRenderImage>(target);
-    LProcessResult r = target->Clear(image->GetBackground());
-    if (r == LProcessResultOk) {
-        LProcessThreadData<KVRenderResults> data(render);
-        r = Process(process, data);
-    }
-    if (r != LProcessResultOk)
-        return r;
-    target->Flush();
-    r = KVSaveRasterFile(process, target->GetImage(), path);
-    if (r != LProcessResultOk)
-        return r;
-    project.MarkAsSaved();
-    // The next new project starts like the last picture the user exported.
-    LUserSettingSet("Settings", "DefaultWidth", static_cast<long>(image->GetWidth()));
-    LUserSettingSet("Settings", "DefaultHeight", static_cast<long>(image->GetHeight()));
-    LUserSettingSet("Settings", "DefaultBackColor",
-                    static_cast<long>(static_cast<std::int32_t>(image->GetBackground().GetPacked())));
-    return LProcessResultOk;
-}
-
-void MainDialog::CmPrint() {
-    if (!currentProject || !currentProject->GetCurrentImage())
-        return;
-    KVImage* image = currentProject->GetCurrentImage();
-    const int w = static_cast<int>(image->GetWidth()), h = static_cast<int>(image->GetHeight());
-    KVRenderResults render;
-    render.project = currentProject;
-    auto* target = new KVRenderImageBuffer(w, h);
-    render.target = LPtr<KVRenderImage>(target);
-    {
-        Change change(*this);
-        LProgressDialog progress(this, "Preparing image for printing...");
-        LProcessResult r = target->Clear(image->GetBackground());
-        if (r == LProcessResultOk) {
-            LProcessThreadData<KVRenderResults> data(render);
-            r = Process(progress, data);
-        }
-        progress.Finish(r);
-        if (r != LProcessResultOk)
-            return;
-    }
-    target->Flush();
-    LImageBuffer page;
-    LImage::New(page, w, h, LPixelFormatB8G8R8A8);
-    if (!page.IsValid())
-        return;
-    std::memset(page.GetData(), 0xFF, static_cast<size_t>(page.CalculateBufferSize64()));
-    LImage::CopyAlphaComposite(target->GetImage(), page, 0, 0, 0, 0, w, h);
-    KVPrint print(page, image->GetPPI());
-    LPrinter::PrintToSelectPrinterWithPageOrientation(this, print, w > h);
 }
 
 // ---------------------------------------------------------------------------
@@ -636,131 +402,14 @@ void MainDialog::CmZoom(float zoom) {
 // Rendering
 
 void MainDialog::RenderCurrentProject() {
-    if (!currentProject || !renderThread)
-        return;
-    KVImage* image = currentProject->GetCurrentImage();
-    if (!image)
-        return;
-    for (KVRenderResults& r : results) {
-        if (r.project != currentProject)
-            continue;
-        // A render still waiting will read the newest state when it starts.
-        if (!r.started && !r.finished) {
-            StartWaitingRender();
-            return;
-        }
-        if (r.started && renderThread->GetCurrentProject() == currentProject)
-            renderThread->StopThreadSoon();
-    }
-    auto* record = new KVRenderResults;
-    record->project = currentProject;
-    auto* target = new KVRenderImageBuffer(static_cast<int>(image->GetWidth()), static_cast<int>(image->GetHeight()));
-    record->target = LPtr<KVRenderImage>(target);
-    target->Clear(image->GetBackground());
-    results.PushFront(record);
-    renderThread->StartRender(*record);
+    if (currentProject && renderQueue)
+        renderQueue->Render(*currentProject);
 }
 
-void MainDialog::StartWaitingRender() {
-    if (renderThread->IsRunning() || renderThread->GetRenderLockCount() > 0)
-        return;
-    KVRenderResults* waiting = nullptr;
-    for (KVRenderResults& r : results)
-        if (!r.started && !r.finished && (!waiting || r.project == currentProject))
-            waiting = &r;
-    if (waiting)
-        renderThread->StartRender(*waiting);
+void MainDialog::EvRenderedPicture(const KVProject* project, const LImageBuffer& picture) {
+    uiWindow->SetDisplayedImage(project, picture);
 }
 
-KVRenderResults* MainDialog::FindRecord(const void* record) const {
-    for (KVRenderResults& r : results)
-        if (&r == record)
-            return &r;
-    return nullptr;
-}
+void MainDialog::EvRenderProgress(double fraction) { SetStatusProgress(fraction); }
 
-void MainDialog::DeleteRecord(KVRenderResults* record) {
-    renderThread->ForgetRecord(record);
-    delete results.Remove(record);
-}
-
-void MainDialog::EvQueuedNotifyData(unsigned int id, const void*, unsigned long size) {
-    if (id == KVRenderNotifyProgress) {
-        SetStatusProgress(static_cast<double>(size) / 1000.0);
-        return;
-    }
-    KVRenderResults* record = FindRecord(reinterpret_cast<const void*>(static_cast<std::uintptr_t>(size)));
-    if (!record)
-        return;
-    switch (id) {
-    case KVRenderNotifyFinished: {
-        record->started = false;
-        record->finished = true;
-        auto* target = static_cast<KVRenderImageBuffer*>(record->target.Get());
-        target->Flush();
-        uiWindow->SetDisplayedImage(record->project, target->GetImage());
-        SetStatusProgress(1.0);
-        break;
-    }
-    case KVRenderNotifyFailed:
-    case KVRenderNotifyStopped:
-    case KVRenderNotifyAutosaved: {
-        const KVProject* project = record->project;
-        const bool stopped = id == KVRenderNotifyStopped;
-        DeleteRecord(record);
-        // A render of the shown project that was stopped with nothing after
-        // it (a save stops it too) would leave the picture behind.
-        bool another = false;
-        for (KVRenderResults& r : results)
-            another = another || r.project == currentProject;
-        if (stopped && project == currentProject && !another)
-            RenderCurrentProject();
-        else
-            StartWaitingRender();
-        break;
-    }
-    default:
-        break;
-    }
-    update();
-}
-
-// ---------------------------------------------------------------------------
-// Recovery
-
-bool MainDialog::RecoverProjects() {
-    const std::string folder = LGetRecoveryFolder();
-    std::vector<std::string> files;
-    if (DIR* dir = opendir(folder.c_str())) {
-        while (dirent* e = readdir(dir)) {
-            const std::string name = e->d_name;
-            if (name.size() > 4 && LowerExtension(name.c_str()) == ".kvp")
-                files.push_back(folder + "/" + name);
-        }
-        closedir(dir);
-    }
-    std::sort(files.begin(), files.end());
-    bool opened = false;
-    int answer = -1;
-    for (const std::string& file : files) {
-        if (answer < 0)
-            answer = LAlert(this, "File Recovery",
-                            "There are one or more projects that can be recovered from the last time the "
-                            "program was run. Would you like to recover them?",
-                            {"Yes", "No"}) == 0
-                         ? 1
-                         : 0;
-        if (answer == 1) {
-            const unsigned long before = projects.GetCount();
-            CmOpenFile(file.c_str());
-            if (projects.GetCount() > before) {
-                opened = true;
-                // Back under its number, with no file of its own: a save asks where.
-                if (KVImage* image = projects.GetFirst()->GetCurrentImage())
-                    image->SetPath("");
-            }
-        }
-        unlink(file.c_str());
-    }
-    return opened;
-}
+void MainDialog::EvRenderNoticeDone() { update(); }

@@ -1,7 +1,8 @@
 #pragma once
-// The editor's main window and its controller: it owns the open projects,
-// the render worker and its records, and turns every command into changes of
-// the document. The render worker reaches it only by queued notifications.
+// The editor's main window and its controller: it owns the open projects
+// and the render queue, and turns every command into changes of the
+// document. Its members are defined by role: commands and projects here, the
+// file commands, recovery and printing in files of their own.
 
 #include <memory>
 #include <string>
@@ -9,9 +10,7 @@
 
 #include "document/project.h"
 #include "foundation/list.h"
-#include "foundation/main_thread.h"
-#include "render/render_results.h"
-#include "render/render_thread.h"
+#include "shell/render_queue.h"
 #include "toolkit/main_window.h"
 
 class KVUiWindow;
@@ -43,7 +42,7 @@ enum KVCommand : unsigned {
 bool CheckSize(unsigned long width, unsigned long height);
 void FixSize(int& width, int& height);
 
-class MainDialog : public LMainWindow, public LQueuedNotifyDataHandler {
+class MainDialog : public LMainWindow, private KVRenderQueueClient {
 public:
     MainDialog();
     ~MainDialog() override;
@@ -55,10 +54,8 @@ public:
     void EvTimer(int id) override;
     void EvDropFiles(const std::vector<std::string>& paths) override;
     bool CanClose() override;
-    void EvQueuedNotifyData(unsigned int id, const void* data, unsigned long size) override;
     // Files handed to the program at start: no start step, each file opened.
     void EvAPICommand(const std::vector<std::string>& paths);
-    // Messages of the child windows: 30 closes a project, 31 selects one.
     void EvInterWinMessage(unsigned id, const KVProject* project);
 
     void CmNewProject();
@@ -87,8 +84,8 @@ public:
     KVProject* GetCurrentProject(std::unique_ptr<KVRenderLock>& lock);
     KVProject* PeekCurrentProject() const { return currentProject; }
     const LList<KVProject>& GetProjects() const { return projects; }
-    const LList<KVRenderResults>& GetRenderResults() const { return results; }
-    KVRenderThread& GetRenderThread() { return *renderThread; }
+    const LList<KVRenderResults>& GetRenderResults() const { return renderQueue->GetRecords(); }
+    KVRenderThread& GetRenderThread() { return renderQueue->GetThread(); }
     KVUiWindow& GetUiWindow() const { return *uiWindow; }
 
 private:
@@ -97,20 +94,22 @@ private:
     class Change;
 
     void AddAndSelect(KVProject* project, const char* tabName);
-    void StartWaitingRender();
+
+    const KVProject* GetShownProject() const override { return currentProject; }
+    void EvRenderedPicture(const KVProject* project, const LImageBuffer& picture) override;
+    void EvRenderProgress(double fraction) override;
+    void EvRenderNoticeDone() override;
+
     // Undo or redo on the current project, then its new picture.
     void StepHistory(void (KVProject::*step)());
     void UpdateCommandStates();
     LProcessResult SaveProjectFile(LProcessInterface& process, KVProject& project, const char* path);
     LProcessResult ExportRaster(LProcessInterface& process, KVProject& project, const char* path);
     bool SaveAs(KVProject& project);
-    KVRenderResults* FindRecord(const void* record) const;
-    void DeleteRecord(KVRenderResults* record);
 
     KVProject* currentProject = nullptr;
     LList<KVProject> projects;
-    std::unique_ptr<KVRenderThread> renderThread;
-    LList<KVRenderResults> results;
+    std::unique_ptr<KVRenderQueue> renderQueue;
     KVUiWindow* uiWindow = nullptr;
     char statusMouse[260] = "";
     char statusObject[260] = "";

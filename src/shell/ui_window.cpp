@@ -21,10 +21,10 @@ KVUiWindow::KVUiWindow(MessageSink sink, QWidget* parent) : QWidget(parent), sin
     QObject::connect(tabs, &QTabBar::currentChanged, this, [this](int index) {
         if (quiet || index < 0)
             return;
-        this->sink(31, static_cast<const KVProject*>(tabs->tabData(index).value<const void*>()));
+        this->sink(KVMsgSelectProject, static_cast<const KVProject*>(tabs->tabData(index).value<const void*>()));
     });
     QObject::connect(tabs, &QTabBar::tabCloseRequested, this, [this](int index) {
-        this->sink(30, static_cast<const KVProject*>(tabs->tabData(index).value<const void*>()));
+        this->sink(KVMsgCloseProject, static_cast<const KVProject*>(tabs->tabData(index).value<const void*>()));
     });
 }
 

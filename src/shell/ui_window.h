@@ -1,7 +1,7 @@
 #pragma once
 // The tool window as far as it exists yet: the tabs of the open projects
 // above a view of the current project's picture. Tabs speak to the
-// controller by its numbered messages: 30 to close a project, 31 to select one.
+// controller by its messages (KVUiMessage): close a project, select one.
 
 #include <QImage>
 #include <QWidget>
@@ -13,6 +13,12 @@ class KVProject;
 class LImageBuffer;
 class LPictureView;
 class QTabBar;
+
+// What the tool window tells the controller, with the project it is about.
+enum KVUiMessage : unsigned {
+    KVMsgCloseProject = 30,
+    KVMsgSelectProject = 31,
+};
 
 class KVUiWindow : public QWidget {
 public:

@@ -26,6 +26,14 @@ struct Outcome {
     std::string err;
 };
 
+// A plain picture of the given size, saved as PNG.
+bool WritePng(const std::string& path, int width, int height) {
+    LImageBuffer picture;
+    LImage::New(picture, width, height, LPixelFormatB8G8R8A8);
+    picture.Clear(LPixelColour(10, 20, 30, 255));
+    return LImage::Save(picture, path.c_str());
+}
+
 std::string Slurp(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
@@ -165,10 +173,7 @@ TEST_F(Korvane, AProjectIsRenderedAsOnScreenAndSaved) {
 
 TEST(KorvaneConsole, ProgressOnATerminalIsOneLineRewritten) {
     kvtest::TempDir dir;
-    LImageBuffer picture;
-    LImage::New(picture, 300, 200, LPixelFormatB8G8R8A8);
-    picture.Clear(LPixelColour(10, 20, 30, 255));
-    ASSERT_TRUE(LImage::Save(picture, dir.File("in.png").c_str()));
+    ASSERT_TRUE(WritePng(dir.File("in.png"), 300, 200));
 
     std::FILE* log = std::tmpfile();
     ASSERT_NE(log, nullptr);
@@ -201,10 +206,7 @@ TEST(KorvaneConsole, ProgressOnATerminalIsOneLineRewritten) {
 
 TEST(KorvaneConsole, AnInterruptStopsTheExport) {
     kvtest::TempDir dir;
-    LImageBuffer picture;
-    LImage::New(picture, 30, 20, LPixelFormatB8G8R8A8);
-    picture.Clear(LPixelColour(10, 20, 30, 255));
-    ASSERT_TRUE(LImage::Save(picture, dir.File("in.png").c_str()));
+    ASSERT_TRUE(WritePng(dir.File("in.png"), 30, 20));
     KVConsoleProcess process(stderr, false);
     KVConsoleProcess::stopRequested = 1;
     EXPECT_EQ(KVExportFile(process, dir.File("out.png").c_str(), dir.File("in.png").c_str()),

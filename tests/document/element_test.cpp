@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "document/effects.h"
+#include "target/effects.h"
 #include "document/project.h"
 #include "support/test_element.h"
 

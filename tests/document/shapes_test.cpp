@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "document/cache_path.h"
-#include "document/draw_path.h"
+#include "target/draw_path.h"
 #include "document/project.h"
 #include "document/shapes.h"
 #include "document/widget.h"

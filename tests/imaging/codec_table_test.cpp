@@ -24,7 +24,7 @@ std::vector<std::string> Split(const LStringLongTemplate<char>& filter) {
     return parts;
 }
 
-TEST(CodecTable, FindsTheCodecAndExportKindFromAFileName) {
+TEST(CodecTable, FindsTheCodecFromAFileName) {
     const struct {
         const char* path;
         unsigned codec;
@@ -42,13 +42,6 @@ TEST(CodecTable, FindsTheCodecAndExportKindFromAFileName) {
     LImageCodec codec(LImageCodecBMP);
     EXPECT_FALSE(codec.InitFromFilePath(nullptr));
     EXPECT_FALSE(codec.IsValid());
-
-    EXPECT_EQ(KVGetExportKind("drawing.KVP"), KVExportKindProject);
-    EXPECT_EQ(KVGetExportKind("b.Pdf"), KVExportKindPDF);
-    EXPECT_EQ(KVGetExportKind("b.jpeg"), KVExportKindRaster);
-    EXPECT_EQ(KVGetExportKind("b.nef"), KVExportKindNone); // read-only format
-    EXPECT_EQ(KVGetExportKind("dir.png/x"), KVExportKindNone);
-    EXPECT_EQ(KVGetExportKind(nullptr), KVExportKindNone);
 }
 
 TEST(CodecVetoer, LibraryNeverOffersSvgAndTheEditorOpensSixFormats) {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "document/draw_path.h"
+#include "target/draw_path.h"
 #include "document/project.h"
 #include "document/shapes.h"
 #include "foundation/brush.h"

@@ -35,12 +35,14 @@ public:
 
 class Notes : public LQueuedNotifyDataHandler {
 public:
-    void EvQueuedNotifyData(unsigned int id, const void*, unsigned long value) override {
+    void EvQueuedNotifyData(unsigned int id, const void* data, unsigned long size) override {
+        KVRenderNotice notice;
+        ASSERT_TRUE(KVReadRenderNotice(data, size, notice));
         if (id == KVRenderNotifyProgress) {
-            progress.push_back(value);
+            progress.push_back(static_cast<unsigned long>(notice.progress));
         } else {
             ids.push_back(id);
-            records.push_back(reinterpret_cast<const KVRenderResults*>(value));
+            records.push_back(notice.record);
         }
         if (onNote)
             onNote(id);

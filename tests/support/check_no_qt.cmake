@@ -1,5 +1,5 @@
 # Fails when a file of the headless core includes a Qt header.
-set(core foundation document persistence render exchange imaging richtext)
+set(core foundation imaging richtext target document persistence render exchange)
 set(offenders "")
 foreach(dir ${core})
     file(GLOB_RECURSE files "${ROOT}/src/${dir}/*.h" "${ROOT}/src/${dir}/*.cpp")

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "render/render_image.h"
+#include "target/render_image.h"
 
 namespace kvtest {
 

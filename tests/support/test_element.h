@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "document/effects.h"
+#include "target/effects.h"
 #include "document/element.h"
 #include "document/widget.h"
 #include "support/recording_target.h"

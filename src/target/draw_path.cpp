@@ -1,4 +1,4 @@
-#include "document/draw_path.h"
+#include "target/draw_path.h"
 
 #include <algorithm>
 

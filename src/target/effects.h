@@ -3,7 +3,7 @@
 // glow, fill and erase strokes. A null pointer means the effect is absent;
 // copies are deep.
 
-#include "document/draw_path.h"
+#include "target/draw_path.h"
 #include "foundation/array.h"
 #include "foundation/color.h"
 #include "foundation/geometry.h"

@@ -1,4 +1,4 @@
-#include "persistence/sdf.h"
+#include "foundation/sdf.h"
 
 template class LSDFReaderChunk<LInputStreamFile>;
 template class LSDFWriter<LOutputStreamFile>;

@@ -11,15 +11,15 @@
 
 #include <optional>
 
-#include "document/cache_handle.h"
-#include "document/effects.h"
+#include "target/cache_handle.h"
+#include "target/effects.h"
 #include "foundation/color.h"
 #include "foundation/geometry.h"
 #include "foundation/list.h"
 #include "foundation/process.h"
 #include "foundation/string.h"
 #include "foundation/text_format.h"
-#include "render/render_types.h"
+#include "target/render_types.h"
 
 class KVElement;
 class KVDrawPath;

@@ -1,4 +1,4 @@
-#include "render/render_image.h"
+#include "target/render_image.h"
 
 #include "foundation/text_layout.h"
 

@@ -9,7 +9,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "persistence/sdf.h"
+#include "foundation/sdf.h"
 #include "support/temp_dir.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "document/effects.h"
+#include "target/effects.h"
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "document/draw_path.h"
+#include "target/draw_path.h"
 
 namespace {
 

@@ -1,0 +1,170 @@
+// The controller's file commands: opening projects, Save, Save As and the
+// save by file type, which writes a project or renders a picture.
+
+#include <cstdint>
+#include <cstdio>
+
+#include "exchange/file_types.h"
+#include "foundation/app_paths.h"
+#include "foundation/string.h"
+#include "imaging/image_export.h"
+#include "persistence/project_file.h"
+#include "shell/main_dialog_p.h"
+#include "shell/ui_window.h"
+#include "toolkit/dialogs.h"
+#include "toolkit/progress_dialog.h"
+#include "toolkit/settings.h"
+
+using namespace kvshell;
+
+void MainDialog::CmOpenFile(const char* path) {
+    std::string chosen;
+    if (!path) {
+        LFileDialogRequest request;
+        request.title = "Open File";
+        request.folder = LGetPicturesFolder();
+        request.filters = {{"Korvane Project File(*.kvp)", "*.kvp"}};
+        chosen = LFileDialog(this, request);
+        if (chosen.empty())
+            return;
+        path = chosen.c_str();
+    }
+    if (!IsRegularFile(path))
+        return;
+    const std::string fileName = BaseName(path);
+    if (KVGetSaveKind(path) != KVExportKindProject) {
+        char text[600];
+        std::snprintf(text, sizeof text,
+                      "\"%s\" can't be opened: this version opens Korvane projects (.kvp) only.",
+                      fileName.c_str());
+        LAlert(this, kAlertTitle, text);
+        return;
+    }
+    auto project = std::make_unique<KVProject>(WithoutExtension(fileName).c_str());
+    KVProjectFileLoadSettings load{};
+    LStrCopy(load.path, path);
+    load.project = project.get();
+    LProcessDialog<KVProjectFileLoadSettings> dialog(this, "Loading File", load);
+    if (dialog.Run() != LProcessResultOk)
+        return;
+    KVProject* opened = project.release();
+    AddAndSelect(opened, opened->GetName());
+}
+
+bool MainDialog::CmSave() {
+    if (!currentProject)
+        return false;
+    KVImage* image = currentProject->GetCurrentImage();
+    if (!image || !image->GetName()[0] || !image->GetPath()[0])
+        return false;
+    return SaveFile(nullptr, image->GetPath()) == LProcessResultOk;
+}
+
+bool MainDialog::CmSaveAs() { return currentProject && SaveAs(*currentProject); }
+
+bool MainDialog::SaveAs(KVProject& project) {
+    KVImage* image = project.GetCurrentImage();
+    if (!image || !image->GetName()[0])
+        return false;
+    std::string start;
+    if (image->GetPath()[0]) {
+        start = image->GetPath();
+        const size_t slash = start.rfind('/');
+        const std::string file = slash == std::string::npos ? start : start.substr(slash + 1);
+        if (file != image->GetName())
+            start = (slash == std::string::npos ? std::string() : start.substr(0, slash + 1)) + image->GetName();
+    } else {
+        std::string folder = LEnsureFolder(LGetDocumentsFolder() + "/Korvane");
+        if (folder.empty())
+            folder = LGetDocumentsFolder();
+        start = folder + "/" + image->GetName();
+    }
+    std::string extension = KVFileExtension(start.c_str());
+    extension = extension.empty() ? "kvp" : extension.substr(1);
+
+    LFileDialogRequest request;
+    request.save = true;
+    request.title = "Save As";
+    const size_t slash = start.rfind('/');
+    request.folder = slash == std::string::npos ? std::string() : start.substr(0, slash);
+    request.fileName = slash == std::string::npos ? start : start.substr(slash + 1);
+    request.defaultExtension = extension;
+    request.filters = {{"Korvane Project File (*.kvp)", "*.kvp"},
+                       {"PNG Image (*.png)", "*.png"},
+                       {"JPEG Image (*.jpg)", "*.jpg"}};
+    std::string path = LFileDialog(this, request);
+    if (path.empty())
+        return false;
+    if (path.size() >= kLFixedStringSize) {
+        LAlert(this, kAlertTitle, "That file name is too long.");
+        return false;
+    }
+    image->SetName("");
+    image->SetPath(path.c_str());
+    uiWindow->RenameProject(&project, image->GetName());
+    KVProject* previous = currentProject;
+    currentProject = &project;
+    const LProcessResult r = SaveFile(nullptr, path.c_str());
+    currentProject = previous;
+    return r == LProcessResultOk;
+}
+
+LProcessResult MainDialog::SaveFile(LProcessInterface* process, const char* path) {
+    if (!currentProject || !currentProject->GetCurrentImage() || !path)
+        return LProcessResultError;
+    const KVExportKind kind = KVGetSaveKind(path);
+    if (kind == KVExportKindNone) {
+        LAlert(this, kAlertTitle,
+               "That file type is not supported. Please select a file extension from the listed options.");
+        return LProcessResultError;
+    }
+    std::unique_ptr<LProgressDialog> own;
+    if (!process) {
+        own = std::make_unique<LProgressDialog>(this, "Saving File");
+        process = own.get();
+    }
+    LProcessResult r;
+    if (kind == KVExportKindProject) {
+        r = SaveProjectFile(*process, *currentProject, path);
+    } else if (kind == KVExportKindRaster) {
+        r = ExportRaster(*process, *currentProject, path);
+    } else {
+        process->SetErrorF("Saving as %s is not available in this version.", KVFileExtension(path).c_str() + 1);
+        r = LProcessResultError;
+    }
+    if (own)
+        own->Finish(r);
+    UpdateCommandStates();
+    return r;
+}
+
+LProcessResult MainDialog::SaveProjectFile(LProcessInterface& process, KVProject& project, const char* path) {
+    Change change(*this);
+    KVProjectFileSaveSettings save{};
+    LStrCopy(save.path, path);
+    save.project = &project;
+    LProcessThreadData<KVProjectFileSaveSettings> data(save);
+    const LProcessResult r = Process(process, data);
+    if (r == LProcessResultOk)
+        project.MarkAsSaved();
+    return r;
+}
+
+LProcessResult MainDialog::ExportRaster(LProcessInterface& process, KVProject& project, const char* path) {
+    const KVImage* image = project.GetCurrentImage();
+    Change change(*this);
+    KVProjectPicture work;
+    work.project = &project;
+    LProcessThreadData<KVProjectPicture> data(work);
+    if (LProcessResult r = Process(process, data))
+        return r;
+    if (LProcessResult r = KVSaveRasterFile(process, work.picture, path))
+        return r;
+    project.MarkAsSaved();
+    // The next new project starts like the last picture the user exported.
+    LUserSettingSet("Settings", "DefaultWidth", static_cast<long>(image->GetWidth()));
+    LUserSettingSet("Settings", "DefaultHeight", static_cast<long>(image->GetHeight()));
+    LUserSettingSet("Settings", "DefaultBackColor",
+                    static_cast<long>(static_cast<std::int32_t>(image->GetBackground().GetPacked())));
+    return LProcessResultOk;
+}
