@@ -47,7 +47,8 @@ test: deps
 bench: deps
 	cmake -S . -B $(BUILD_BENCH) $(CMAKE_GEN) $(CMAKE_EXTRA) -DCMAKE_BUILD_TYPE=Release -DKV_BUILD_TESTS=OFF -DKV_BUILD_BENCH=ON
 	cmake --build $(BUILD_BENCH) -j $(JOBS)
-	@set -e; for b in $(BUILD_BENCH)/bench/kv_bench_*; do echo "== $$b"; $$b; done
+	@set -e; color=$$([ -t 1 ] && echo auto || echo false); \
+	for b in $(BUILD_BENCH)/bench/kv_bench_*; do echo "== $$b"; $$b --benchmark_color=$$color; done
 
 # libFuzzer programs built with clang in their own folder; each runs over its
 # corpus in fuzz/corpus/ and the inputs that reach new code are added to it.

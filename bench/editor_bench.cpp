@@ -130,6 +130,15 @@ int main(int argc, char** argv) {
     setenv("XDG_DATA_HOME", (home + "/data").c_str(), 1);
     setenv("XDG_CONFIG_HOME", (home + "/config").c_str(), 1);
     setenv("XDG_CACHE_HOME", (home + "/cache").c_str(), 1);
+    // The figures are the output: the offscreen platform's notes on what it
+    // cannot do, and a missing runtime folder, are not.
+    setenv("XDG_RUNTIME_DIR", (home + "/runtime").c_str(), 0);
+    std::filesystem::create_directories(home + "/runtime");
+    std::filesystem::permissions(home + "/runtime", std::filesystem::perms::owner_all);
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
+        if (type != QtDebugMsg && type != QtInfoMsg && type != QtWarningMsg)
+            std::fprintf(stderr, "%s\n", qPrintable(text));
+    });
     QElapsedTimer sinceStart;
     sinceStart.start();
     QApplication application(argc, argv);

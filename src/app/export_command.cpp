@@ -1,7 +1,10 @@
 #include "app/export_command.h"
 
+#include <cerrno>
+
 #include "document/project.h"
 #include "exchange/file_types.h"
+#include "foundation/file.h"
 #include "imaging/image_export.h"
 #include "imaging/image_file.h"
 #include "persistence/project_file.h"
@@ -71,6 +74,10 @@ LProcessResult KVExportMakePicture(LProcessInterface& process, const char* input
             return r;
         picture.Assign(work.picture);
         return LProcessResultOk;
+    }
+    if (!LFile::Exists(input)) {
+        process.SetError(LFile::ErrorText("The file could not be found.", input, ENOENT).c_str());
+        return LProcessResultError;
     }
     // Everything the library can read, not only what the open dialog offers.
     const LImageCodecVetoer vetoer;

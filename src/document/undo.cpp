@@ -59,6 +59,7 @@ void LUndoRedoStack::Redo() {
 }
 
 void LUndoRedoStack::MarkCurrentStateAsSaved() {
+    emptySaved = true;
     const unsigned long count = GetNumItems();
     for (unsigned long i = 0; i < count; ++i) {
         LUndoRedoItem* item = GetItem(i);
@@ -73,9 +74,16 @@ void LUndoRedoStack::MarkCurrentStateAsSaved() {
     baseSaved = true;
 }
 
+void LUndoRedoStack::MarkNoStateSaved() {
+    for (unsigned long i = 0; i < GetNumItems(); ++i)
+        GetItem(i)->SetSavedState(false);
+    baseSaved = false;
+    emptySaved = false;
+}
+
 bool LUndoRedoStack::IsCurrentStateSaved() const {
     if (GetNumItems() == 0)
-        return true;
+        return emptySaved;
     if (LUndoRedoItem* item = GetItem(cursor))
         return item->IsSavedState();
     return baseSaved;

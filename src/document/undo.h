@@ -70,6 +70,10 @@ public:
 
     void MarkCurrentStateAsSaved();
     bool IsCurrentStateSaved() const;
+    // No state counts as saved, not even an empty history, until the next
+    // save: for work brought back from an autosave, which the user never
+    // saved where it is meant to go.
+    void MarkNoStateSaved();
 
 protected:
     // A new change discards the redo branch.
@@ -78,4 +82,5 @@ protected:
 private:
     unsigned long cursor = 0;
     bool baseSaved = false;
+    bool emptySaved = true;
 };

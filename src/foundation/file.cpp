@@ -584,3 +584,16 @@ bool LFile::Exists(const char* path) {
     struct stat st;
     return path && stat(path, &st) == 0;
 }
+
+std::string LFile::ErrorText(const char* text, const char* path, int error) {
+    std::string message = text ? text : "";
+    if (path && *path) {
+        message += '\n';
+        message += path;
+        if (error != 0) {
+            message += ": ";
+            message += std::strerror(error);
+        }
+    }
+    return message;
+}

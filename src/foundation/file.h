@@ -6,6 +6,7 @@
 // stands never costs a system call.
 
 #include <memory>
+#include <string>
 
 #include "foundation/stream.h"
 
@@ -207,6 +208,10 @@ public:
                                        const char* folder = nullptr);
     static bool DeleteFile(const char* path);
     static bool Exists(const char* path);
+    // A message for the user about a file that failed: the program's own
+    // text, then the path and the system's reason for `error` (an errno),
+    // "text\npath: No space left on device".
+    static std::string ErrorText(const char* text, const char* path, int error);
 };
 
 // Stream bases over a file type.

@@ -1,6 +1,7 @@
 #include "imaging/image_file.h"
 
 #include <cstdio>
+#include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -201,9 +202,7 @@ LProcessResult Process(LProcessInterface& process, LProcessSVGSave<Stream>& save
     add(" xmlns=\"http://www.w3.org/2000/svg\"\r\n");
     add(" xmlns:xlink=\"http://www.w3.org/1999/xlink\"\r\n");
     add(" version=\"1.1\"\r\n");
-    // "wdith" is how the attribute has always been written; files made so
-    // are compared byte for byte, and readers take the size from the image.
-    add(" wdith=\"");
+    add(" width=\"");
     add(width);
     add("\"\r\n");
     add(" height=\"");
@@ -316,8 +315,9 @@ LProcessResult Process(LProcessInterface& process, LProcessImageSaveFile& save) 
     {
         LOutputStreamFile stream;
         if (!stream.Open(temp, save.timeoutMs)) {
+            const int error = errno;
             unlink(temp);
-            process.SetError(kNotOpened);
+            process.SetError(LFile::ErrorText(kNotWritten, save.path, error).c_str());
             return LProcessResultError;
         }
         LProcessImageSave<LOutputStreamFile> work(stream, codec, save.buffer, save.settings);
@@ -325,14 +325,15 @@ LProcessResult Process(LProcessInterface& process, LProcessImageSaveFile& save) 
         result = Process(part, work);
         const bool closed = stream.Close();
         if (result == LProcessResultOk && !closed) {
-            process.SetError(kNotWritten); // the disk filled up on the way
+            // The disk filled up on the way.
+            process.SetError(LFile::ErrorText(kNotWritten, save.path, errno).c_str());
             result = LProcessResultError;
         }
     }
     if (result == LProcessResultOk) {
         GiveModeOfTarget(temp, save.path);
         if (!LFile::MoveFile(temp, save.path)) {
-            process.SetError(kNotWritten);
+            process.SetError(LFile::ErrorText(kNotWritten, save.path, errno).c_str());
             result = LProcessResultError;
         }
     }

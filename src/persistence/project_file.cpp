@@ -38,18 +38,25 @@ void GiveModeOf(const char* target, const char* fresh) {
     chmod(fresh, mode);
 }
 
+// "The file "a.kvp" could not be saved: <why>.", then the path and the
+// system's reason.
+void Fail(LProcessInterface& process, const char* why, const char* path, int error) {
+    const std::string text =
+        "The file \"" + FileName(path) + "\" could not be saved: " + why + ".";
+    process.SetError(LFile::ErrorText(text.c_str(), path, error).c_str());
+}
+
 } // namespace
 
 LProcessResult KVProjectFileSave(LProcessInterface& process, const KVProject& project,
                                  const char* path) {
-    const std::string name = FileName(path);
     char temporary[4096];
     LOutputStreamFile stream;
     // Not ".kvp": what a crash leaves half-written must not pass for a
     // project, least of all among the autosaves the next start offers back.
     if (!stream.OpenTemporary(temporary, sizeof temporary, FolderOf(path).c_str(), ".kvp.part")) {
-        process.SetErrorF("The file \"%s\" could not be saved: its folder cannot be written to.",
-                          name.c_str());
+        const int error = errno;
+        Fail(process, "its folder cannot be written to", path, error);
         return LProcessResultError;
     }
     KVSDFWriter writer;
@@ -63,14 +70,13 @@ LProcessResult KVProjectFileSave(LProcessInterface& process, const KVProject& pr
     const bool written = writer.Close() && allWritten && stream.Sync();
     const bool closed = stream.Close();
     if (result == LProcessResultOk && !(written && closed)) {
-        process.SetErrorF("The file \"%s\" could not be saved: the disk may be full.", name.c_str());
+        Fail(process, "the disk may be full", path, errno);
         result = LProcessResultError;
     }
     if (result == LProcessResultOk) {
         GiveModeOf(path, temporary);
         if (!LFile::MoveFile(temporary, path)) {
-            process.SetErrorF("The file \"%s\" could not be saved: it cannot be replaced.",
-                              name.c_str());
+            Fail(process, "it cannot be replaced", path, errno);
             result = LProcessResultError;
         }
     }

@@ -74,6 +74,12 @@ void FixSize(int& width, int& height) {
 MainDialog::MainDialog() : renderQueue(new KVRenderQueue(static_cast<KVRenderQueueClient&>(*this))) {
     uiWindow = new KVUiWindow([this](unsigned id, const KVProject* p) { EvInterWinMessage(id, p); }, this);
     SetContent(uiWindow);
+    uiWindow->GetView().SetWheelZoom([this](int steps) {
+        for (; steps > 0; --steps)
+            Command(KVCmZoomIn);
+        for (; steps < 0; ++steps)
+            Command(KVCmZoomOut);
+    });
     setWindowTitle(kTitle);
     resize(1100, 800);
 }
@@ -93,6 +99,7 @@ void MainDialog::InitDialog() {
           {KVCmOpen, "Open", {}, false},
           {KVCmSave, "Save", {}, false},
           {KVCmSaveAs, "Save As...", {}, false},
+          {KVCmCloseProject, "Close", {}, false},
           {},
           {KVCmPrint, "Print", {}, false},
           {},
@@ -113,9 +120,8 @@ void MainDialog::InitDialog() {
           {KVCmZoomIn, "Zoom In", {}, false},
           {KVCmZoomOut, "Zoom Out", {}, false}}},
     };
-    // Fifteen keys.
     const std::vector<LAccelerator> keys = {
-        {KVCmNewProject, "Ctrl+N"}, {KVCmOpen, "Ctrl+O"},      {KVCmSave, "Ctrl+S"},
+        {KVCmNewProject, "Ctrl+N"}, {KVCmOpen, "Ctrl+O"},      {KVCmSave, "Ctrl+S"}, {KVCmCloseProject, "Ctrl+W"},
         {KVCmSaveAs, "Ctrl+Shift+S"}, {KVCmPrint, "Ctrl+P"},   {KVCmQuit, "Ctrl+Q"},
         {KVCmUndo, "Ctrl+Z"},       {KVCmRedo, "Ctrl+Y"},      {KVCmRedo, "Ctrl+Shift+Z"},
         {KVCmZoomIn, "Ctrl++"},     {KVCmZoomIn, "Ctrl+="},    {KVCmZoomOut, "Ctrl+-"},
@@ -171,6 +177,9 @@ void MainDialog::Command(unsigned id) {
     case KVCmStartNew:
         CmNewProject();
         break;
+    case KVCmCloseProject:
+        EvCloseProject(currentProject);
+        break;
     case KVCmQuit:
         close();
         break;
@@ -216,12 +225,21 @@ void MainDialog::Command(unsigned id) {
 void MainDialog::UpdateCommandStates() {
     const KVImage* image = currentProject ? currentProject->GetCurrentImage() : nullptr;
     const bool open = image != nullptr;
-    for (unsigned id : {unsigned(KVCmSave), unsigned(KVCmSaveAs), unsigned(KVCmPrint), unsigned(KVCmZoomFit),
+    for (unsigned id : {unsigned(KVCmSave), unsigned(KVCmSaveAs), unsigned(KVCmCloseProject), unsigned(KVCmPrint), unsigned(KVCmZoomFit),
                         unsigned(KVCmZoomActual), unsigned(KVCmZoomIn), unsigned(KVCmZoomOut), 2009u, 2010u, 2011u,
                         2012u, 2013u, 2014u, 2015u})
         SetCommandEnabled(id, open);
     SetCommandEnabled(KVCmUndo, open && image->GetUndoRedoStack().CanUndo());
     SetCommandEnabled(KVCmRedo, open && image->GetUndoRedoStack().CanRedo());
+
+    if (!open) {
+        setWindowTitle(kTitle);
+        setWindowModified(false);
+        return;
+    }
+    const char* name = image->GetName()[0] ? image->GetName() : currentProject->GetName();
+    setWindowTitle(QString::fromUtf8(name) + "[*] - " + kTitle);
+    setWindowModified(!image->GetUndoRedoStack().IsCurrentStateSaved());
 }
 
 void MainDialog::EvTimer(int id) {
@@ -235,8 +253,20 @@ void MainDialog::EvTimer(int id) {
 
 void MainDialog::EvAPICommand(const std::vector<std::string>& paths) {
     KillTimer(0);
-    for (const std::string& p : paths)
+    for (const std::string& p : paths) {
+        // From the menu a path always exists; from a command line it may not.
+        if (!IsRegularFile(p.c_str())) {
+            char text[600];
+            std::snprintf(text, sizeof text, "The file \"%s\" could not be opened: %s.", p.c_str(),
+                          access(p.c_str(), F_OK) == 0 ? "it is not a file" : "it does not exist");
+            LAlert(this, kAlertTitle, text);
+            continue;
+        }
         CmOpenFile(p.c_str());
+    }
+    // The window is never left without a project to draw on.
+    if (projects.IsEmpty())
+        CmNewProject();
 }
 
 void MainDialog::EvDropFiles(const std::vector<std::string>& paths) {
@@ -412,4 +442,9 @@ void MainDialog::EvRenderedPicture(const KVProject* project, const LImageBuffer&
 
 void MainDialog::EvRenderProgress(double fraction) { SetStatusProgress(fraction); }
 
-void MainDialog::EvRenderNoticeDone() { update(); }
+void MainDialog::EvRenderNoticeDone() {
+    // The bar shows while a render runs, and goes when none is left.
+    if (!renderQueue->IsRendering())
+        SetStatusProgress(1.0);
+    update();
+}

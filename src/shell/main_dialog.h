@@ -23,6 +23,7 @@ enum KVCommand : unsigned {
     KVCmSaveAs = 2003,
     KVCmPrint = 2004,
     KVCmNewProject = 2005,
+    KVCmCloseProject = 2090,
     KVCmZoomFit = 2008,
     KVCmZoom10 = 2009,
     KVCmZoom400 = 2015,
@@ -102,6 +103,8 @@ private:
 
     // Undo or redo on the current project, then its new picture.
     void StepHistory(void (KVProject::*step)());
+    // The commands that apply, and the title: the project's name, marked
+    // while it has unsaved changes.
     void UpdateCommandStates();
     LProcessResult SaveProjectFile(LProcessInterface& process, KVProject& project, const char* path);
     LProcessResult ExportRaster(LProcessInterface& process, KVProject& project, const char* path);

@@ -39,9 +39,16 @@ bool MainDialog::RecoverProjects() {
             CmOpenFile(file.c_str());
             if (projects.GetCount() > before) {
                 opened = true;
-                // Back under its number, with no file of its own: a save asks where.
-                if (KVImage* image = projects.GetFirst()->GetCurrentImage())
+                // Back with no file of its own, and unsaved until the user
+                // saves it somewhere: closing asks, and the next render
+                // autosaves it again, for its recovery file goes below.
+                if (KVImage* image = projects.GetFirst()->GetCurrentImage()) {
+                    Change change(*this);
                     image->SetPath("");
+                    image->GetUndoRedoStack().MarkNoStateSaved();
+                }
+                RenderCurrentProject();
+                UpdateCommandStates();
             }
         }
         unlink(file.c_str());

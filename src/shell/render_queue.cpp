@@ -69,6 +69,13 @@ void KVRenderQueue::ForgetProject(const KVProject* project) {
     }
 }
 
+bool KVRenderQueue::IsRendering() const {
+    for (const KVRenderResults& r : records)
+        if (!r.finished)
+            return true;
+    return false;
+}
+
 KVRenderResults* KVRenderQueue::FindRecord(const KVRenderResults* record) const {
     for (KVRenderResults& r : records)
         if (&r == record)

@@ -46,6 +46,9 @@ public:
     // Held while a command changes a document.
     std::unique_ptr<KVRenderLock> Lock() { return std::make_unique<KVRenderLock>(*thread); }
 
+    // Whether a render is under way or waiting to start.
+    bool IsRendering() const;
+
     KVRenderThread& GetThread() { return *thread; }
     const LList<KVRenderResults>& GetRecords() const { return records; }
 

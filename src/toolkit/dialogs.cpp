@@ -29,6 +29,23 @@ QString QtFilter(const LFileFilter& filter) {
     return name.trimmed() + " (" + patterns.simplified() + ")";
 }
 
+// The extension that a file type of one pattern ("*.jpg") gives a bare
+// name; empty for any other.
+std::string FilterExtension(const LFileDialogRequest& request, int index) {
+    if (index < 0 || static_cast<size_t>(index) >= request.filters.size())
+        return {};
+    const std::string& patterns = request.filters[static_cast<size_t>(index)].patterns;
+    if (patterns.rfind("*.", 0) != 0 || patterns.find_first_of(";* ", 1) != std::string::npos)
+        return {};
+    return patterns.substr(2);
+}
+
+bool HasExtension(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    const size_t dot = path.rfind('.');
+    return dot != std::string::npos && (slash == std::string::npos || dot > slash + 1);
+}
+
 std::string StandardFolder(QStandardPaths::StandardLocation where) {
     QString folder = QStandardPaths::writableLocation(where);
     if (folder.isEmpty())
@@ -65,24 +82,41 @@ int LAlert(QWidget* parent, const char* title, const char* text,
 }
 
 std::string LFileDialog(QWidget* parent, const LFileDialogRequest& request) {
-    if (FileResponder())
-        return FileResponder()(request);
-
-    QFileDialog dialog(parent, QString::fromStdString(request.title));
-    dialog.setAcceptMode(request.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
-    dialog.setFileMode(request.save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
-    dialog.setDirectory(QString::fromStdString(request.folder));
-    QStringList filters;
-    for (const LFileFilter& f : request.filters)
-        filters << QtFilter(f);
-    dialog.setNameFilters(filters);
-    if (!request.defaultExtension.empty())
+    LFileChoice choice;
+    if (FileResponder()) {
+        choice = FileResponder()(request);
+    } else {
+        QFileDialog dialog(parent, QString::fromStdString(request.title));
+        dialog.setAcceptMode(request.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+        dialog.setFileMode(request.save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+        dialog.setDirectory(QString::fromStdString(request.folder));
+        QStringList filters;
+        for (const LFileFilter& f : request.filters)
+            filters << QtFilter(f);
+        dialog.setNameFilters(filters);
+        // Qt adds the suffix itself, so that its question before replacing a
+        // file asks about the name that will be written.
+        for (int i = 0; i < static_cast<int>(request.filters.size()); ++i)
+            if (!request.defaultExtension.empty() && FilterExtension(request, i) == request.defaultExtension)
+                dialog.selectNameFilter(filters[i]);
         dialog.setDefaultSuffix(QString::fromStdString(request.defaultExtension));
-    if (!request.fileName.empty())
-        dialog.selectFile(QString::fromStdString(request.fileName));
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
-        return {};
-    return dialog.selectedFiles().front().toStdString();
+        QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog, [&](const QString& chosen) {
+            const std::string extension = FilterExtension(request, static_cast<int>(filters.indexOf(chosen)));
+            dialog.setDefaultSuffix(QString::fromStdString(extension.empty() ? request.defaultExtension : extension));
+        });
+        if (!request.fileName.empty())
+            dialog.selectFile(QString::fromStdString(request.fileName));
+        if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+            return {};
+        choice.path = dialog.selectedFiles().front().toStdString();
+        choice.filter = static_cast<int>(filters.indexOf(dialog.selectedNameFilter()));
+    }
+    if (!request.save || choice.path.empty() || HasExtension(choice.path))
+        return choice.path;
+    std::string extension = FilterExtension(request, choice.filter);
+    if (extension.empty())
+        extension = request.defaultExtension;
+    return extension.empty() ? choice.path : choice.path + "." + extension;
 }
 
 std::string LGetPicturesFolder() { return StandardFolder(QStandardPaths::PicturesLocation); }

@@ -35,9 +35,18 @@ struct LFileDialogRequest {
     std::string defaultExtension; // without the point, added to a bare name
     std::vector<LFileFilter> filters;
 };
-// The chosen path, or empty when cancelled.
-using LFileDialogResponder = std::function<std::string(const LFileDialogRequest&)>;
+// What the user chose: the path as typed or picked (empty when cancelled),
+// and the index of the file type chosen in the filters, -1 when none was.
+struct LFileChoice {
+    LFileChoice(std::string path = {}, int filter = -1) : path(std::move(path)), filter(filter) {}
+    std::string path;
+    int filter;
+};
+using LFileDialogResponder = std::function<LFileChoice(const LFileDialogRequest&)>;
 
+// The chosen path, or empty when cancelled. A save whose file name has no
+// extension takes the one of the chosen file type (its only pattern,
+// "*.jpg"), else the default extension.
 std::string LFileDialog(QWidget* parent, const LFileDialogRequest& request);
 
 // A null responder brings back the real dialogs.

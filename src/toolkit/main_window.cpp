@@ -45,6 +45,8 @@ LMainWindow::LMainWindow() {
     progressSlot->setTextVisible(false);
     zoomSlot = new QComboBox(this);
     zoomSlot->setEditable(true);
+    // A zoom typed in is applied, not added to the list of steps.
+    zoomSlot->setInsertPolicy(QComboBox::NoInsert);
     zoomSlot->hide();
     statusBar()->addWidget(statusSlots[0]);
     statusBar()->addWidget(statusSlots[1], 1);
@@ -159,6 +161,8 @@ void LMainWindow::SetStatusProgress(double fraction) {
     if (!(fraction >= 0.0))
         fraction = 0.0;
     progressSlot->setValue(static_cast<int>(std::lround(std::min(fraction, 1.0) * 1000)));
+    // Only a running operation shows its bar.
+    progressSlot->setVisible(fraction < 1.0);
 }
 
 double LMainWindow::GetStatusProgress() const { return progressSlot->value() / 1000.0; }
@@ -170,6 +174,11 @@ void LMainWindow::SetZoomControl(const std::vector<int>& steps, unsigned command
     zoomCommand = command;
     QObject::connect(zoomSlot, &QComboBox::activated, this, [this] {
         if (zoomCommand)
+            Command(zoomCommand);
+    });
+    // A step of the list comes through `activated`; anything else typed, here.
+    QObject::connect(zoomSlot->lineEdit(), &QLineEdit::returnPressed, this, [this] {
+        if (zoomCommand && zoomSlot->findText(zoomSlot->currentText()) < 0)
             Command(zoomCommand);
     });
     zoomSlot->show();

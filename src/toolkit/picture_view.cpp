@@ -2,6 +2,7 @@
 
 #include <QPainter>
 #include <QScrollBar>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -108,4 +109,19 @@ void LPictureView::Relayout() {
                                    std::max(1, static_cast<int>(std::lround(picture.height() * zoom))));
     widget()->resize(size);
     widget()->update();
+}
+
+void LPictureView::wheelEvent(QWheelEvent* event) {
+    const int delta = event->angleDelta().y();
+    if (!(event->modifiers() & Qt::ControlModifier) || !wheelZoom || delta == 0) {
+        QScrollArea::wheelEvent(event);
+        return;
+    }
+    // One notch of a mouse wheel is 120; a touchpad sends many small steps.
+    wheelDelta += delta;
+    const int steps = wheelDelta / 120;
+    wheelDelta -= steps * 120;
+    if (steps != 0)
+        wheelZoom(steps);
+    event->accept();
 }

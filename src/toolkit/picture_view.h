@@ -5,6 +5,8 @@
 #include <QImage>
 #include <QScrollArea>
 
+#include <functional>
+
 class LImageBuffer;
 
 // A copy of the picture as Qt's premultiplied ARGB; null for an invalid one.
@@ -28,8 +30,17 @@ public:
     // The zoom at which the whole picture fits the visible area.
     double GetFitZoom() const;
 
+    // Control and the wheel ask for a zoom step: positive in, negative out.
+    void SetWheelZoom(std::function<void(int steps)> handler) { wheelZoom = std::move(handler); }
+
+protected:
+    void wheelEvent(QWheelEvent* event) override;
+
 private:
     void Relayout();
+
+    std::function<void(int)> wheelZoom;
+    int wheelDelta = 0;
 
     QImage picture;
     double zoom = 1.0;

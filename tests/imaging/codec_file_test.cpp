@@ -139,12 +139,16 @@ TEST_F(CodecFiles, SaveMessagesAndTheMissingFullStop) {
         {"no/such/folder/x.svg", &plain, "The file format is not supported."},
         // A format whose writer is not built fails in the dispatch.
         {"x.bmp", nullptr, "The image could not be saved"},
-        {"no/such/folder/x.png", nullptr, "File could not be written."},
+        // The program's text, then the file and the system's reason.
+        {"no/such/folder/x.png", nullptr, "File could not be written.\n{}: No such file or directory"},
     };
     for (const auto& c : cases) {
         ReportRecorder r;
         EXPECT_EQ(Save(r, b, dir.File(c.name), c.vetoer), LProcessResultError);
-        EXPECT_EQ(r.errors, std::vector<std::string>{c.error}) << c.name;
+        std::string error = c.error;
+        if (const size_t at = error.find("{}"); at != std::string::npos)
+            error.replace(at, 2, dir.File(c.name));
+        EXPECT_EQ(r.errors, std::vector<std::string>{error}) << c.name;
     }
     EXPECT_FALSE(kvtest::FileExists(dir.File("x.bmp")));
     ReportRecorder r;
@@ -283,7 +287,7 @@ TEST_F(CodecFiles, RasterPicturesAsSvg) {
         " xmlns=\"http://www.w3.org/2000/svg\"\r\n"
         " xmlns:xlink=\"http://www.w3.org/1999/xlink\"\r\n"
         " version=\"1.1\"\r\n"
-        " wdith=\"5\"\r\n"
+        " width=\"5\"\r\n"
         " height=\"3\">\r\n"
         " <g>\r\n"
         "    <image x=\"0\" y=\"0\" width=\"5\" height=\"3\"\r\n"

@@ -9,11 +9,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <QComboBox>
 #include <QDropEvent>
+#include <QLineEdit>
 #include <QMimeData>
 #include <QPrinter>
-#include <QUrl>
+#include <QProgressBar>
 #include <QTabBar>
+#include <QTest>
+#include <QUrl>
+#include <QWheelEvent>
 
 #include <cstdlib>
 #include <filesystem>
@@ -97,7 +102,7 @@ protected:
         });
         LSetFileDialogResponder([this](const LFileDialogRequest& r) {
             fileDialogs.push_back(r);
-            return fileAnswer;
+            return LFileChoice(fileAnswer, fileType);
         });
         dialog = std::make_unique<MainDialog>();
         dialog->InitDialog();
@@ -118,6 +123,7 @@ protected:
     std::vector<LFileDialogRequest> fileDialogs;
     int alertAnswer = 0;
     std::string fileAnswer;
+    int fileType = -1; // the file type chosen in the dialog's list
 };
 
 TEST_F(Editor, NewProjectsTakeTheSettingsDefaultsAndOpenInATabEach) {
@@ -143,13 +149,15 @@ TEST_F(Editor, NewProjectsTakeTheSettingsDefaultsAndOpenInATabEach) {
     EXPECT_EQ(qAlpha(ShownPixel(*dialog, 5, 5)), 0);
 }
 
-TEST_F(Editor, FilesGivenAtStartOpenInTabsTheLastSelectedAndAMissingOneShowsNothing) {
+TEST_F(Editor, FilesGivenAtStartOpenInTabsTheLastSelectedAndAMissingOneIsNamedInAnAlert) {
     const std::string first = MakeProjectFile(dir, "first");
     const std::string second = MakeProjectFile(dir, "second", 300, 150);
     dialog->StartTimer(0, 200);
     dialog->EvAPICommand({first, dir.File("missing.kvp"), second});
     EXPECT_FALSE(dialog->IsTimerRunning(0));
-    EXPECT_TRUE(alerts.empty());
+    ASSERT_EQ(alerts.size(), 1u);
+    EXPECT_EQ(alerts[0].text, "The file \"" + dir.File("missing.kvp") + "\" could not be opened: it does not exist.");
+    alerts.clear();
     ASSERT_EQ(dialog->GetProjects().GetCount(), 2u);
     QTabBar& tabs = dialog->GetUiWindow().GetTabs();
     EXPECT_EQ(tabs.tabText(0), "first");
@@ -174,6 +182,14 @@ TEST_F(Editor, FilesGivenAtStartOpenInTabsTheLastSelectedAndAMissingOneShowsNoth
     ASSERT_EQ(alerts.size(), 1u);
     EXPECT_NE(alerts[0].text.find("is not a project file"), std::string::npos);
     EXPECT_EQ(dialog->GetProjects().GetCount(), 2u);
+}
+
+TEST_F(Editor, WhenNoFileGivenAtStartOpensTheWindowHasANewProject) {
+    dialog->EvAPICommand({dir.File("missing.kvp"), dir.Path()});
+    ASSERT_EQ(alerts.size(), 2u);
+    EXPECT_NE(alerts[1].text.find("could not be opened: it is not a file."), std::string::npos);
+    ASSERT_EQ(dialog->GetProjects().GetCount(), 1u);
+    EXPECT_STREQ(dialog->PeekCurrentProject()->GetName(), "Untitled");
 }
 
 TEST_F(Editor, FilesDroppedOnTheWindowOpenInTabsTheLastSelected) {
@@ -250,6 +266,84 @@ TEST_F(Editor, SaveAsWritesByExtensionAndOnlyAnExportUpdatesTheDefaults) {
     // Cancelling the file dialog saves nothing.
     fileAnswer.clear();
     EXPECT_FALSE(dialog->CmSaveAs());
+}
+
+TEST_F(Editor, SaveAsGivesABareNameTheExtensionOfTheChosenType) {
+    dialog->CmNewProject();
+    fileAnswer = dir.File("picture");
+    fileType = 2; // "JPEG Image (*.jpg)"
+    ASSERT_TRUE(dialog->CmSaveAs());
+    ASSERT_EQ(fileDialogs.back().filters[2].patterns, "*.jpg");
+    EXPECT_TRUE(Exists(dir.File("picture.jpg")));
+    EXPECT_FALSE(Exists(dir.File("picture")));
+    EXPECT_STREQ(dialog->PeekCurrentProject()->GetCurrentImage()->GetName(), "picture.jpg");
+    // With no type chosen, the project's own extension.
+    fileType = -1;
+    fileAnswer = dir.File("again");
+    ASSERT_TRUE(dialog->CmSaveAs());
+    EXPECT_TRUE(Exists(dir.File("again.jpg")));
+}
+
+TEST_F(Editor, TheWindowShowsWhatIsOpenAndTheKeysAndWheelWorkOnIt) {
+    dialog->show();
+    dialog->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(dialog.get()));
+    EXPECT_EQ(dialog->windowTitle(), "Korvane Graphics Editor");
+    dialog->CmNewProject();
+    Settle();
+    EXPECT_EQ(dialog->windowTitle(), "Untitled[*] - Korvane Graphics Editor");
+    EXPECT_FALSE(dialog->isWindowModified());
+    auto* progress = dialog->findChild<QProgressBar*>();
+    ASSERT_NE(progress, nullptr);
+    EXPECT_TRUE(progress->isHidden()) << "the bar shows only while a render runs";
+
+    // The mark follows saves, changes, undo to the saved state and tabs.
+    fileAnswer = dir.File("one.kvp");
+    ASSERT_TRUE(dialog->CmSaveAs());
+    EXPECT_EQ(dialog->windowTitle(), "one.kvp[*] - Korvane Graphics Editor");
+    Draw(*dialog, Rectangle(0, 0, 10, 10, LGuiColorAlpha(0, 0, 0, 255)));
+    dialog->Command(KVCmUndo);
+    EXPECT_FALSE(dialog->isWindowModified());
+    dialog->Command(KVCmRedo);
+    EXPECT_TRUE(dialog->isWindowModified());
+    dialog->Command(KVCmSave);
+    EXPECT_FALSE(dialog->isWindowModified());
+    dialog->CmNewProject();
+    Draw(*dialog, Rectangle(0, 0, 10, 10, LGuiColorAlpha(0, 0, 0, 255)));
+    dialog->GetUiWindow().GetTabs().setCurrentIndex(0);
+    EXPECT_EQ(dialog->windowTitle(), "one.kvp[*] - Korvane Graphics Editor");
+    EXPECT_FALSE(dialog->isWindowModified());
+    dialog->GetUiWindow().GetTabs().setCurrentIndex(1);
+    EXPECT_EQ(dialog->windowTitle(), "Untitled[*] - Korvane Graphics Editor");
+    EXPECT_TRUE(dialog->isWindowModified());
+    Settle();
+
+    // Control and the wheel zoom the picture; a zoom typed in the box is
+    // applied without joining the list of steps.
+    QWidget* viewport = dialog->GetUiWindow().GetView().viewport();
+    QWheelEvent wheel(QPointF(10, 10), viewport->mapToGlobal(QPointF(10, 10)), QPoint(), QPoint(0, 120),
+                      Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(viewport, &wheel);
+    EXPECT_EQ(dialog->GetZoomPercent(), 200);
+    EXPECT_DOUBLE_EQ(dialog->GetUiWindow().GetView().GetZoom(), 2.0);
+    auto* zoom = dialog->findChild<QComboBox*>();
+    ASSERT_NE(zoom, nullptr);
+    const int steps = zoom->count();
+    zoom->lineEdit()->selectAll();
+    QTest::keyClicks(zoom->lineEdit(), "150%");
+    QTest::keyClick(zoom->lineEdit(), Qt::Key_Return);
+    EXPECT_EQ(zoom->count(), steps);
+    EXPECT_DOUBLE_EQ(dialog->GetUiWindow().GetView().GetZoom(), 1.5);
+
+    // Ctrl+W closes the tab, asking first about unsaved work.
+    alertAnswer = 2; // Cancel
+    QTest::keyClick(dialog.get(), Qt::Key_W, Qt::ControlModifier);
+    ASSERT_EQ(alerts.size(), 1u);
+    EXPECT_EQ(dialog->GetProjects().GetCount(), 2u);
+    alertAnswer = 1; // Don't Save
+    QTest::keyClick(dialog.get(), Qt::Key_W, Qt::ControlModifier);
+    EXPECT_EQ(dialog->GetProjects().GetCount(), 1u);
+    EXPECT_EQ(dialog->windowTitle(), "one.kvp[*] - Korvane Graphics Editor");
 }
 
 TEST_F(Editor, ClosingAsksAboutUnsavedWorkAndTheLastTabLeavesNothingCurrent) {
@@ -440,7 +534,7 @@ pid_t StartChild(const std::string& ready) {
     return pid;
 }
 
-TEST_F(Editor, AfterACrashTheNextStartOffersTheAutosavedWork) {
+TEST_F(Editor, AfterACrashTheNextStartOffersTheAutosavedWorkAndKeepsItUnsaved) {
     for (int answer : {0, 1}) {
         SCOPED_TRACE(answer == 0 ? "Yes" : "No");
         const std::string ready = dir.File("ready");
@@ -469,7 +563,20 @@ TEST_F(Editor, AfterACrashTheNextStartOffersTheAutosavedWork) {
             KVImage* image = dialog->PeekCurrentProject()->GetCurrentImage();
             EXPECT_EQ(image->GetFirstLayer()->GetElementCount(), 1u);
             EXPECT_STREQ(image->GetPath(), "");
-            EXPECT_TRUE(image->GetUndoRedoStack().IsCurrentStateSaved());
+            // Recovered work is unsaved until the user saves it: its next
+            // render autosaves it again, and closing or quitting asks.
+            EXPECT_FALSE(image->GetUndoRedoStack().IsCurrentStateSaved());
+            EXPECT_TRUE(dialog->isWindowModified());
+            ASSERT_TRUE(WaitFor([] { return RecoveryFiles().size() == 1; }));
+            alerts.clear();
+            alertAnswer = 2; // Cancel
+            EXPECT_FALSE(dialog->CanClose());
+            ASSERT_EQ(alerts.size(), 1u);
+            EXPECT_NE(alerts[0].text.find("Save changes to"), std::string::npos);
+            alertAnswer = 1; // Don't Save
+            dialog->Command(KVCmCloseProject);
+            EXPECT_EQ(dialog->GetProjects().GetCount(), before);
+            EXPECT_TRUE(RecoveryFiles().empty());
         } else {
             // Nothing recovered: a new project, as at a plain start.
             EXPECT_EQ(dialog->GetProjects().GetCount(), before + 1);
