@@ -400,7 +400,10 @@ LProcessResult TiffDecodeSamples(TIFF* tif, LProcessInterface& process, const Ti
     const int perRow = planes ? 1 : l.samples;
     const unsigned long long rowSamples = static_cast<unsigned long long>(blockWidth) * perRow;
     const unsigned long long blockBytes = rowBytes * blockRows;
-    if (rowBytes == 0 || rowBytes * 8 < rowSamples * l.bits || blockBytes > TiffLargestBlock())
+    // Every sample of a row is unpacked, used or not: narrow samples take
+    // more room unpacked than in the file, and are held to the same bound.
+    if (rowBytes == 0 || rowBytes * 8 < rowSamples * l.bits || blockBytes > TiffLargestBlock() ||
+        rowSamples * sizeof(std::uint16_t) > TiffLargestBlock())
         return LProcessResultError;
     std::unique_ptr<unsigned char[]> block(new (std::nothrow) unsigned char[blockBytes]);
     std::unique_ptr<std::uint16_t[]> levels(new (std::nothrow) std::uint16_t[rowSamples]);
