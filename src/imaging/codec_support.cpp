@@ -3,8 +3,8 @@
 #include <atomic>
 
 #include "imaging/image_iterator.h"
-#include "imaging/image_process.h"
 #include "imaging/image_platform.h"
+#include "imaging/image_process.h"
 #include "imaging/pixel_alpha.h"
 
 namespace {

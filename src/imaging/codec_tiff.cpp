@@ -115,7 +115,19 @@ struct TiffCloser {
 };
 
 // What one sample of a pixel gives to it.
-enum class TiffRole : unsigned char { None, Grey, Red, Green, Blue, Cyan, Magenta, Yellow, Black, Index, Alpha };
+enum class TiffRole : unsigned char {
+    None,
+    Grey,
+    Red,
+    Green,
+    Blue,
+    Cyan,
+    Magenta,
+    Yellow,
+    Black,
+    Index,
+    Alpha,
+};
 
 // How the samples of a file become format-0 pixels, read from its tags.
 struct TiffLayout {
@@ -421,14 +433,13 @@ LProcessResult TiffDecodeSamples(TIFF* tif, LProcessInterface& process, const Ti
             for (std::uint32_t x = 0; x < l.width; x += blockWidth) {
                 const std::uint32_t columns = blockWidth < l.width - x ? blockWidth : l.width - x;
                 // A strip at the bottom holds only the rows that are left.
+                const auto sample = static_cast<std::uint16_t>(plane);
                 const tmsize_t want = static_cast<tmsize_t>(rowBytes * (tiled ? blockRows : rows));
                 const tmsize_t got =
-                    tiled ? TIFFReadEncodedTile(
-                                tif, TIFFComputeTile(tif, x, y, 0, static_cast<std::uint16_t>(plane)),
-                                block.get(), want)
-                          : TIFFReadEncodedStrip(
-                                tif, TIFFComputeStrip(tif, y, static_cast<std::uint16_t>(plane)),
-                                block.get(), want);
+                    tiled ? TIFFReadEncodedTile(tif, TIFFComputeTile(tif, x, y, 0, sample),
+                                                block.get(), want)
+                          : TIFFReadEncodedStrip(tif, TIFFComputeStrip(tif, y, sample), block.get(),
+                                                 want);
                 if (got < static_cast<tmsize_t>(rowBytes * rows))
                     return LProcessResultError;
                 for (std::uint32_t r = 0; r < rows; ++r) {
