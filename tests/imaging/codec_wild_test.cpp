@@ -58,13 +58,12 @@ struct TiffCase {
     std::uint16_t orientation = ORIENTATION_TOPLEFT;
 };
 
-// Sample s of pixel (x, y) from 0 to 1; floats reach a little beyond both
-// ends, as light from real scenes does.
+// Sample s of pixel (x, y) from 0 to 1; an extra sample holds an alpha,
+// whatever the file calls it. Floats reach a little beyond both ends, as
+// light from real scenes does.
 double SampleValue(const TiffCase& c, int x, int y, int s) {
-    const double v = s == 1 && c.samples == 2   ? ToolAlpha(x, y) / 255.0
-                     : s == 3 && c.samples == 4 && c.photometric == PHOTOMETRIC_RGB
-                         ? ToolAlpha(x, y) / 255.0
-                         : ((x * 37 + y * 11 + s * 71) % 256) / 255.0;
+    const double v = c.extra >= 0 && s == c.samples - 1 ? ToolAlpha(x, y) / 255.0
+                                                        : ((x * 37 + y * 11 + s * 71) % 256) / 255.0;
     return c.format == SAMPLEFORMAT_IEEEFP ? v * 1.2 - 0.1 : v;
 }
 
