@@ -357,8 +357,126 @@ def image_corpus():
     write("image_camraw", "header-only.dng", data[:300])
 
 
+def tiff_by_hand(width, height, bits, samples, photometric, sample, extra=None, tile=None,
+                 planar=False, sample_format=1, orientation=1):
+    """An uncompressed little-endian TIFF in layouts Pillow does not write:
+    tiles, planes, depths other than 8 and 16, inks at 16 bits. sample(x, y,
+    s) gives the integer (or, with sample_format 3, float) value."""
+    planes = samples if planar else 1
+    per_pixel = 1 if planar else samples
+    block_w, block_h = (tile, tile) if tile else (width, height)
+
+    def pack(values):
+        if sample_format == 3:
+            return struct.pack("<%df" % len(values), *values)
+        if bits in (8, 16, 32):
+            return struct.pack("<%d%s" % (len(values), {8: "B", 16: "H", 32: "I"}[bits]), *values)
+        text = "".join(format(v, "0%db" % bits) for v in values)
+        text += "0" * (-len(text) % 8)
+        return bytes(int(text[i:i + 8], 2) for i in range(0, len(text), 8))
+
+    blocks = []
+    for plane in range(planes):
+        for by in range(0, height, block_h):
+            for bx in range(0, width, block_w):
+                rows = block_h if tile else min(block_h, height - by)
+                data = b""
+                for y in range(by, by + rows):
+                    values = []
+                    for x in range(bx, bx + block_w):
+                        for s in range(per_pixel):
+                            inside = x < width and y < height
+                            values.append(sample(x, y, plane if planar else s) if inside else 0)
+                    data += pack(values)
+                blocks.append(data)
+
+    tags = [(256, 4, [width]), (257, 4, [height]), (258, 3, [bits] * samples), (259, 3, [1]),
+            (262, 3, [photometric]), (274, 3, [orientation]), (277, 3, [samples]),
+            (284, 3, [2 if planar else 1]), (339, 3, [sample_format] * samples)]
+    if extra is not None:
+        tags.append((338, 3, [extra]))
+    offsets_tag, counts_tag = (324, 325) if tile else (273, 279)
+    if tile:
+        tags += [(322, 4, [tile]), (323, 4, [tile])]
+    else:
+        tags.append((278, 4, [height]))
+    tags += [(offsets_tag, 4, [0] * len(blocks)), (counts_tag, 4, [len(b) for b in blocks])]
+    tags.sort()
+
+    # Header, the blocks, the values that do not fit an entry, the directory.
+    out = bytearray(b"II*\0\0\0\0\0")
+    offsets = []
+    for b in blocks:
+        offsets.append(len(out))
+        out += b + b"\0" * (len(b) % 2)
+    entries = []
+    for code, kind, values in tags:
+        if code == offsets_tag:
+            values = offsets
+        payload = b"".join(struct.pack("<H" if kind == 3 else "<I", v) for v in values)
+        if len(payload) > 4:
+            at = len(out)
+            out += payload
+            payload = struct.pack("<I", at)
+        entries.append(struct.pack("<HHI", code, kind, len(values)) + payload.ljust(4, b"\0"))
+    ifd = len(out)
+    out += struct.pack("<H", len(entries)) + b"".join(entries) + struct.pack("<I", 0)
+    out[4:8] = struct.pack("<I", ifd)
+    return bytes(out)
+
+
+def wild_image_corpus():
+    """Pictures as cameras and other programs leave them: extra samples of
+    each kind, tiles, planes, deep and float samples, inks at 16 bits,
+    orientation tags, damaged Exif blocks and files named as another
+    format."""
+    import io
+    sys.path.insert(0, os.path.join(HERE, "..", "tests", "imaging"))
+    import pillow_tool as tool
+    from PIL import Image
+
+    def pic(mode, w, h, fn):
+        im = Image.new(mode, (w, h))
+        im.putdata([fn(x, y) for y in range(h) for x in range(w)])
+        return im
+
+    def saved(im, fmt, **options):
+        out = io.BytesIO()
+        im.save(out, fmt, **options)
+        return out.getvalue()
+
+    rgb = pic("RGB", 11, 7, lambda x, y: (x * 20, y * 28, (x * y * 9) % 256))
+    t = "image_tiff"
+    write(t, "grey-straight-alpha.tif",
+          saved(pic("LA", 9, 6, lambda x, y: (x * 25, (x + y) * 20)), "TIFF"))
+    write(t, "rgb-unspecified-extra.tif", saved(rgb.convert("RGBX"), "TIFF"))
+    write(t, "float.tif", saved(pic("F", 9, 6, lambda x, y: x * 0.15 - y * 0.05), "TIFF"))
+    write(t, "orientation6.tif", saved(rgb, "TIFF", tiffinfo={274: 6}))
+    level = lambda bits: lambda x, y, s: ((x * 37 + y * 11 + s * 71) % 256) * ((1 << bits) - 1) // 255
+    write(t, "tiled-uncompressed.tif", tiff_by_hand(19, 18, 8, 3, 2, level(8), tile=16))
+    write(t, "rgb16-planes-tiled.tif",
+          tiff_by_hand(17, 5, 16, 3, 2, level(16), tile=16, planar=True, orientation=8))
+    write(t, "cmyk16-alpha.tif", tiff_by_hand(7, 5, 16, 5, 5, level(16), extra=1))
+    write(t, "rgb12-planes.tif", tiff_by_hand(9, 4, 12, 3, 2, level(12), planar=True))
+    write(t, "grey32.tif", tiff_by_hand(6, 4, 32, 1, 1, level(32), orientation=5))
+    write(t, "grey4-white-is-zero.tif", tiff_by_hand(13, 3, 4, 1, 0, level(4)))
+    write(t, "float-rgb-alpha.tif",
+          tiff_by_hand(5, 4, 32, 4, 2, lambda x, y, s: x * 0.3 - s * 0.1, extra=1, sample_format=3))
+
+    j = "image_jpeg"
+    for n in (3, 6, 7):
+        write(j, "orientation%d.jpg" % n, saved(rgb, "JPEG", quality=80, exif=tool.exif_block(n)))
+    write(j, "cut-exif.jpg", saved(rgb, "JPEG", quality=80, exif=tool.exif_block(6, cut=True)))
+    motorola = (b"Exif\0\0MM\0*" + struct.pack(">IH", 8, 1) + struct.pack(">HHIHH", 274, 3, 1, 8, 0)
+                + struct.pack(">I", 0))
+    write(j, "exif-big-endian.jpg", saved(rgb, "JPEG", quality=80, exif=motorola))
+    write(j, "png-content.jpg", saved(rgb, "PNG"))
+    write(j, "tiff-content.jpg", saved(rgb, "TIFF"))
+
+
 if __name__ == "__main__":
     reader_corpus()
     stream_corpus()
     writer_corpus()
     image_corpus()
+    wild_image_corpus()

@@ -11,6 +11,7 @@
 #include <jerror.h>
 
 #include <csetjmp>
+#include <cstring>
 #include <memory>
 
 #include "imaging/codec_support.h"
@@ -150,6 +151,20 @@ void JpegInksToColour(unsigned char* row, long count, bool inverted) {
     }
 }
 
+constexpr int kExifMarker = JPEG_APP0 + 1;
+
+// The orientation of the first Exif block; other APP1 blocks (XMP) share
+// the marker and are passed over.
+int JpegOrientation(const jpeg_decompress_struct& cinfo) {
+    static const unsigned char kExif[6] = {'E', 'x', 'i', 'f', 0, 0};
+    for (jpeg_saved_marker_ptr m = cinfo.marker_list; m; m = m->next) {
+        if (m->marker == kExifMarker && m->data_length >= sizeof kExif &&
+            std::memcmp(m->data, kExif, sizeof kExif) == 0)
+            return LCodecExifOrientation(m->data + sizeof kExif, m->data_length - sizeof kExif);
+    }
+    return kLOrientationAsStored;
+}
+
 struct JpegDecodeState {
     jpeg_decompress_struct cinfo;
     JpegErrors errors;
@@ -166,7 +181,9 @@ LProcessResult JpegDecode(JpegDecodeState& s, LProcessInterface& process, LProce
     jpeg_create_decompress(&cinfo);
     cinfo.src = &s.source.pub;
     cinfo.progress = &s.guard.pub;
+    jpeg_save_markers(&cinfo, kExifMarker, 0xFFFF);
     jpeg_read_header(&cinfo, TRUE);
+    const int orientation = JpegOrientation(cinfo);
 
     const bool inks = cinfo.jpeg_color_space == JCS_CMYK || cinfo.jpeg_color_space == JCS_YCCK;
     const unsigned int bitsPerPixel = 8u * static_cast<unsigned int>(cinfo.num_components);
@@ -208,6 +225,8 @@ LProcessResult JpegDecode(JpegDecodeState& s, LProcessInterface& process, LProce
     // The markers after the last row are not read: a missing end mark
     // behind a whole picture does no harm.
     jpeg_destroy_decompress(&cinfo);
+    if (LProcessResult r = LCodecApplyOrientation(process, b, orientation))
+        return r;
     load.bitsPerPixel = bitsPerPixel;
     return LProcessResultOk;
 }

@@ -59,6 +59,14 @@ LProcessResult PngDecode(png_structp png, png_infop info, LProcessInterface& pro
     if (!PngPlausible(png, info, load.input.GetRemaining()))
         return LProcessResultError;
 
+    int orientation = kLOrientationAsStored;
+#ifdef PNG_eXIf_SUPPORTED
+    png_uint_32 exifSize = 0;
+    png_bytep exif = nullptr;
+    if (png_get_eXIf_1(png, info, &exifSize, &exif))
+        orientation = LCodecExifOrientation(exif, exifSize);
+#endif
+
     const bool alpha = (colourType & PNG_COLOR_MASK_ALPHA) || png_get_valid(png, info, PNG_INFO_tRNS);
     if (colourType == PNG_COLOR_TYPE_PALETTE)
         png_set_palette_to_rgb(png);
@@ -95,7 +103,10 @@ LProcessResult PngDecode(png_structp png, png_infop info, LProcessInterface& pro
         }
     }
     // What follows the pixels (text, times, the end mark) is not read: a file
-    // whose picture is whole loads even when its tail is missing.
+    // whose picture is whole loads even when its tail is missing. An Exif
+    // block there is missed too, as the format asks it to come first.
+    if (LProcessResult r = LCodecApplyOrientation(process, b, orientation))
+        return r;
     load.bitsPerPixel = bitsPerPixel;
     return LProcessResultOk;
 }

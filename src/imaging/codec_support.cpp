@@ -4,6 +4,7 @@
 
 #include "imaging/image_iterator.h"
 #include "imaging/image_platform.h"
+#include "imaging/image_process.h"
 #include "imaging/pixel_alpha.h"
 
 namespace {
@@ -28,6 +29,64 @@ bool LCodecAllocatePicture(LImageBuffer& buffer, long long width, long long heig
         return false;
     LImage::New(buffer, static_cast<int>(width), static_cast<int>(height), LPixelFormatB8G8R8A8);
     return buffer.IsValid();
+}
+
+int LCodecExifOrientation(const unsigned char* data, unsigned long size) {
+    if (!data || size < 8)
+        return kLOrientationAsStored;
+    const bool big = data[0] == 'M' && data[1] == 'M';
+    if (!big && !(data[0] == 'I' && data[1] == 'I'))
+        return kLOrientationAsStored;
+    auto u16 = [&](unsigned long at) -> unsigned {
+        return big ? (data[at] << 8) | data[at + 1] : data[at] | (data[at + 1] << 8);
+    };
+    auto u32 = [&](unsigned long at) -> unsigned long {
+        return big ? (static_cast<unsigned long>(u16(at)) << 16) | u16(at + 2)
+                   : u16(at) | (static_cast<unsigned long>(u16(at + 2)) << 16);
+    };
+    constexpr unsigned kOrientationTag = 0x0112, kShort = 3, kLong = 4;
+    const unsigned long ifd = u32(4);
+    if (u16(2) != 42 || ifd < 8 || ifd > size - 2)
+        return kLOrientationAsStored;
+    // The entries that the block holds are read; a count that runs past its
+    // end is a cut block, not a reason to look further.
+    const unsigned long count = u16(ifd);
+    for (unsigned long i = 0, at = ifd + 2; i < count && at + 12 <= size; ++i, at += 12) {
+        if (u16(at) != kOrientationTag)
+            continue;
+        const unsigned type = u16(at + 2);
+        const unsigned long value = type == kShort ? u16(at + 8) : type == kLong ? u32(at + 8) : 0;
+        return value >= 1 && value <= 8 && u32(at + 4) >= 1 ? static_cast<int>(value)
+                                                            : kLOrientationAsStored;
+    }
+    return kLOrientationAsStored;
+}
+
+LProcessResult LCodecApplyOrientation(LProcessInterface& process, LImageBuffer& buffer,
+                                      int orientation) {
+    // Each value as a clockwise turn followed by a mirror: 5 (rows become
+    // columns) is a quarter turn mirrored left to right, 7 one mirrored top
+    // to bottom.
+    struct Turn {
+        double turns;
+        int flip;
+    };
+    static const Turn turns[9] = {
+        {0, LImgProFlip::None},     {0, LImgProFlip::None},       {0, LImgProFlip::Horizontal},
+        {0, LImgProFlip::Both},     {0, LImgProFlip::Vertical},   {0.25, LImgProFlip::Horizontal},
+        {0.25, LImgProFlip::None},  {0.25, LImgProFlip::Vertical}, {0.75, LImgProFlip::None},
+    };
+    if (orientation < 2 || orientation > 8)
+        return LProcessResultOk;
+    const Turn& t = turns[orientation];
+    if (t.turns != 0)
+        if (LProcessResult r = LImage::Rotate(process, buffer, buffer, t.turns))
+            return r;
+    if (t.flip == LImgProFlip::None)
+        return LProcessResultOk;
+    LImgProFlip flip;
+    flip.direction = t.flip;
+    return LApplyImageProcess(buffer, buffer, flip, process);
 }
 
 LCodecRowSource::LCodecRowSource(const LImageBuffer& buffer, bool straight)

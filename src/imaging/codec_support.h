@@ -10,6 +10,20 @@
 // limit, or memory refused.
 bool LCodecAllocatePicture(LImageBuffer& buffer, long long width, long long height);
 
+// The orientation tag of TIFF and Exif: how the stored rows are to be turned
+// to be seen as meant. 1 is as stored; 2 to 8 mirror and turn.
+constexpr int kLOrientationAsStored = 1;
+
+// The orientation in an Exif block (a TIFF structure, from its byte-order
+// mark). Metadata never costs a picture: anything short, cut or odd gives
+// kLOrientationAsStored.
+int LCodecExifOrientation(const unsigned char* data, unsigned long size);
+
+// Turns a decoded picture, in place, the way its orientation tag says, so
+// that it opens upright. Values outside 1 to 8 leave it as it is.
+LProcessResult LCodecApplyOrientation(LProcessInterface& process, LImageBuffer& buffer,
+                                      int orientation);
+
 // The rows of any picture, top first, as blue, green, red, alpha bytes.
 // Format 0 is premultiplied; with `straight` its rows come un-premultiplied,
 // otherwise as they are. Other formats are read through the pixel iterators

@@ -214,3 +214,25 @@ LImageCodec LImageGetCodecFromEncoding(int encoding) {
         return LImageCodecNone;
     }
 }
+
+LImageCodec LImageGetCodecFromSignature(const unsigned char* head, unsigned long size) {
+    struct Signature {
+        unsigned int codec;
+        unsigned long length;
+        const char* bytes;
+    };
+    static const Signature signatures[] = {
+        {LImageCodecPNG, 8, "\x89PNG\r\n\x1a\n"},
+        {LImageCodecJPEG, 3, "\xFF\xD8\xFF"},
+        {LImageCodecTIFF, 4, "II*\0"},
+        {LImageCodecTIFF, 4, "MM\0*"},
+        {LImageCodecTIFF, 4, "II+\0"}, // BigTIFF
+        {LImageCodecTIFF, 4, "MM\0+"},
+        {LImageCodecJPEG2000, 12, "\0\0\0\x0CjP  \r\n\x87\n"},
+        {LImageCodecJPEG2000, 4, "\xFF\x4F\xFF\x51"}, // a bare code stream
+    };
+    for (const Signature& s : signatures)
+        if (size >= s.length && std::memcmp(head, s.bytes, s.length) == 0)
+            return s.codec;
+    return LImageCodecNone;
+}

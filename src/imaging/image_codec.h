@@ -161,3 +161,8 @@ enum Encoding : int {
 
 // The codec of an encoding; none for any value without one, 2 among them.
 LImageCodec LImageGetCodecFromEncoding(int encoding);
+
+// The codec whose signature the first bytes of a file carry: PNG, JPEG,
+// TIFF (camera raw files mostly look like TIFF, too) or JPEG 2000. None for
+// anything else, or fewer than 12 bytes that could not tell.
+LImageCodec LImageGetCodecFromSignature(const unsigned char* head, unsigned long size);

@@ -64,47 +64,75 @@ void LImageGetDisplayName(const char* path, char (&name)[kLFixedStringSize]) {
     name[n] = '\0';
 }
 
-template <class Stream>
-LProcessResult Process(LProcessInterface& process, LProcessImageLoad<Stream>& load) {
-    if (!load.stream.IsOpen() || !load.codec.IsValid())
-        return LProcessResultError;
-    LImageCodecStreamInput<Stream> input(load.stream);
-    LImageBuffer& buffer = load.buffer;
+namespace {
+
+// One decoder over the input from its start. Result 2 also for a codec
+// without a reader in this build; `bits` is set on success.
+LProcessResult DecodeAs(LProcessInterface& process, unsigned int codec, LImageCodecInput& input,
+                        LImageBuffer& buffer, unsigned int& bits) {
     LProcessResult result = LProcessResultError;
-    unsigned int bits = 0;
-    const unsigned int codec = load.codec;
     auto run = [&](auto worker) {
         result = Process(process, worker);
         bits = worker.bitsPerPixel;
     };
     if (IsCameraRaw(codec)) {
         run(LProcessCamRAWLoad{input, buffer});
-    } else {
-        switch (codec) {
-        case LImageCodecGIF:
-            return LProcessResultError;
-        case LImageCodecJPEG:
-            run(LProcessJPEGLoad{input, buffer});
-            break;
-        case LImageCodecJPEG2000:
-            run(LProcessJPEG2000Load{input, buffer});
-            break;
-        case LImageCodecPNG:
-            run(LProcessPNGLoad{input, buffer});
-            break;
-        case LImageCodecTIFF:
-            run(LProcessTIFFLoad{input, buffer});
-            break;
-        case LImageCodecSVG:
-            // Nothing to decode: a picture of the SVG is made elsewhere.
-            result = buffer.IsValid() ? LProcessResultOk : LProcessResultError;
-            break;
-        default:
-            // BMP, ICO, PCX, PNM, PSD, RAS, TGA and WBMP: the program's own
-            // readers of these are not part of this build yet.
-            result = LProcessResultError;
-            break;
-        }
+        return result;
+    }
+    switch (codec) {
+    case LImageCodecJPEG:
+        run(LProcessJPEGLoad{input, buffer});
+        break;
+    case LImageCodecJPEG2000:
+        run(LProcessJPEG2000Load{input, buffer});
+        break;
+    case LImageCodecPNG:
+        run(LProcessPNGLoad{input, buffer});
+        break;
+    case LImageCodecTIFF:
+        run(LProcessTIFFLoad{input, buffer});
+        break;
+    case LImageCodecSVG:
+        // Nothing to decode: a picture of the SVG is made elsewhere.
+        result = buffer.IsValid() ? LProcessResultOk : LProcessResultError;
+        break;
+    default:
+        // GIF, and BMP, ICO, PCX, PNM, PSD, RAS, TGA and WBMP: the program's
+        // own readers of these are not part of this build yet.
+        break;
+    }
+    return result;
+}
+
+// The codec that a file the named codec could not read is handed to: the
+// one whose signature it carries, if that is not the named codec's own.
+// Camera raw files look like TIFF, so a raw file that fails stays failed
+// rather than open as the small preview most of them hold.
+unsigned int OtherCodecOfContent(unsigned int named, LImageCodecInput& input) {
+    unsigned char head[12];
+    if (named == LImageCodecSVG || !input.Seek(0))
+        return LImageCodecNone;
+    const unsigned long n = input.Read(head, sizeof head);
+    const unsigned int found = LImageGetCodecFromSignature(head, n);
+    if (found == named || (IsCameraRaw(named) && found == LImageCodecTIFF) || !input.Seek(0))
+        return LImageCodecNone;
+    return found;
+}
+
+} // namespace
+
+template <class Stream>
+LProcessResult Process(LProcessInterface& process, LProcessImageLoad<Stream>& load) {
+    if (!load.stream.IsOpen() || !load.codec.IsValid() || load.codec == LImageCodecGIF)
+        return LProcessResultError;
+    LImageCodecStreamInput<Stream> input(load.stream);
+    LImageBuffer& buffer = load.buffer;
+    unsigned int bits = 0;
+    LProcessResult result = DecodeAs(process, load.codec, input, buffer, bits);
+    if (result == LProcessResultError) {
+        const unsigned int other = OtherCodecOfContent(load.codec, input);
+        if (other != LImageCodecNone)
+            result = DecodeAs(process, other, input, buffer, bits);
     }
     if (result == LProcessResultStopped)
         return result;

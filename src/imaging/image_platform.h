@@ -4,8 +4,10 @@
 // camera raw (libraw).
 //
 // Every reader gives a premultiplied format-0 picture of the first image in
-// the file: grey, palette and CMYK sources are turned into colour, 16-bit
-// channels are reduced to 8, colour profiles are not applied. Writers take a
+// the file, turned upright as its orientation tag (TIFF's, or Exif's in JPEG
+// and PNG) says: grey, palette and CMYK sources are turned into colour,
+// deeper and floating-point samples are reduced to 8 bits, colour profiles
+// are not applied. Damaged metadata is passed over, never a reason to fail. Writers take a
 // picture of any format; PNG, TIFF and JPEG 2000 keep alpha (un-premultiplied,
 // and left out when every pixel is opaque), JPEG drops it. A damaged or
 // hostile file fails with result 2 and no message, which the caller gives.

@@ -115,6 +115,17 @@ TEST_F(Korvane, ExportsAPictureByTheOutputsExtension) {
     EXPECT_EQ(Slurp(dir.File("out.svg")).substr(0, 7), "<svg\r\n ");
 }
 
+TEST_F(Korvane, APictureNamedAsAnotherFormatExportsByWhatItHolds) {
+    ASSERT_TRUE(kvtest::WriteFile(dir.File("png.jpg"), Slurp(dir.File("in.png"))));
+    const Outcome r = Start("--export " + Q("out.png") + " " + Q("png.jpg"));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    LImageBuffer back;
+    ASSERT_EQ(LImage::Load(back, dir.File("out.png").c_str(), 3000), 32u);
+    for (LImageConstIterator a(back), b(picture); a.IsInRange(); a.Next(), b.Next())
+        ASSERT_EQ(a.GetPacked(), b.GetPacked());
+}
+
 TEST_F(Korvane, FailuresGiveAMessageAndStatusOne) {
     struct Case {
         std::string output, input, message;

@@ -4,16 +4,19 @@
   pillow_tool.py make FOLDER    writes the pictures the tests load
   pillow_tool.py read FILE OUT  decodes FILE and writes OUT: a line
                                 "WIDTH HEIGHT MODE\\n", then the pixels as
-                                straight red, green, blue, alpha bytes
+                                straight red, green, blue, alpha bytes, turned
+                                upright by the file's orientation; floating
+                                point samples count from 0 to 1
 
 The pixel rules here are mirrored in codec_pictures.h; keep the two alike.
 """
 
 import struct
 import sys
+import warnings
 import zlib
 
-from PIL import Image
+from PIL import Image, ImageOps
 
 W, H = 37, 23
 
@@ -208,10 +211,41 @@ def make(folder):
 
     write_dng(folder + "/linear.dng")
 
+    # Pictures as cameras leave them: upright only through their orientation.
+    wide = picture("RGB", lambda x, y: colour(x, y) if x > 3 or y > 2 else (255, 0, 0))
+    for n in range(1, 9):
+        wide.save(folder + "/orientation%d.jpg" % n, quality=95, exif=exif_block(n))
+    rgb.save(folder + "/orientation6.png", exif=exif_block(6))
+    wide.save(folder + "/cut_exif.jpg", quality=95, exif=exif_block(6, cut=True))
+
+
+def exif_block(orientation, cut=False):
+    """An Exif block with the orientation and a description. Cut, its
+    directory claims more entries than it holds and the description points
+    past its end, as a block shortened by a careless editor does."""
+    text = b"a picture from the wild\0"
+    count = 20 if cut else 2
+    ifd = struct.pack("<H", count)
+    ifd += struct.pack("<HHIHH", 274, 3, 1, orientation, 0)
+    ifd += struct.pack("<HHII", 270, 2, len(text), 4000 if cut else 8 + 2 + 2 * 12 + 4)
+    if not cut:
+        ifd += struct.pack("<I", 0) + text
+    return b"Exif\0\0II*\0" + struct.pack("<I", 8) + ifd
+
 
 def read(path, out):
+    # Damaged metadata is part of what is tested; the reader's warnings
+    # about it are noise.
+    warnings.simplefilter("ignore")
     im = Image.open(path)
     mode = im.mode
+    im.load()
+    # Pillow turns a TIFF upright as it loads it; other formats are turned
+    # here by their Exif block.
+    if im.format != "TIFF":
+        im = ImageOps.exif_transpose(im)
+    if im.mode == "F":
+        im = im.point(lambda v: v * 255)
     im = im.convert("RGBA")
     with open(out, "wb") as f:
         f.write(b"%d %d %s\n" % (im.width, im.height, mode.encode()))
