@@ -287,24 +287,33 @@ def writer_corpus():
     write(t, "empty.bin", ops(3))
 
 
+def pillow():
+    """Pillow's Image and the codec tests' tool around it."""
+    sys.path.insert(0, os.path.join(HERE, "..", "tests", "imaging"))
+    import pillow_tool
+    from PIL import Image
+    return pillow_tool, Image
+
+
+def pic(mode, w, h, fn):
+    from PIL import Image
+    im = Image.new(mode, (w, h))
+    im.putdata([fn(x, y) for y in range(h) for x in range(w)])
+    return im
+
+
+def saved(im, fmt, **options):
+    import io
+    out = io.BytesIO()
+    im.save(out, fmt, **options)
+    return out.getvalue()
+
+
 def image_corpus():
     """Small pictures of each kind the platform readers take, and copies cut
     short or damaged. Needs Pillow (python3-pil) and the hand-made PNG and DNG
     writers of the codec tests."""
-    import io
-    sys.path.insert(0, os.path.join(HERE, "..", "tests", "imaging"))
-    import pillow_tool as tool
-    from PIL import Image
-
-    def pic(mode, w, h, fn):
-        im = Image.new(mode, (w, h))
-        im.putdata([fn(x, y) for y in range(h) for x in range(w)])
-        return im
-
-    def saved(im, fmt, **options):
-        out = io.BytesIO()
-        im.save(out, fmt, **options)
-        return out.getvalue()
+    tool, Image = pillow()
 
     def variants(target, name, data):
         write(target, name, data)
@@ -430,20 +439,7 @@ def wild_image_corpus():
     each kind, tiles, planes, deep and float samples, inks at 16 bits,
     orientation tags, damaged Exif blocks and files named as another
     format."""
-    import io
-    sys.path.insert(0, os.path.join(HERE, "..", "tests", "imaging"))
-    import pillow_tool as tool
-    from PIL import Image
-
-    def pic(mode, w, h, fn):
-        im = Image.new(mode, (w, h))
-        im.putdata([fn(x, y) for y in range(h) for x in range(w)])
-        return im
-
-    def saved(im, fmt, **options):
-        out = io.BytesIO()
-        im.save(out, fmt, **options)
-        return out.getvalue()
+    tool, Image = pillow()
 
     rgb = pic("RGB", 11, 7, lambda x, y: (x * 20, y * 28, (x * y * 9) % 256))
     t = "image_tiff"
