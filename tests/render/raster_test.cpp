@@ -263,10 +263,19 @@ TEST(RasterPath, DispatchByBrushAndWidth) {
     EXPECT_EQ(draw(7, 1.0f, nullptr), std::make_pair(LProcessResultOk, true));
     EXPECT_EQ(draw(3, 0.5f, &pressure), std::make_pair(LProcessResultOk, true));
     EXPECT_EQ(draw(8, 3, nullptr), std::make_pair(LProcessResultOk, true));
-    // Types only the crayon reaches, unknown types, and stamped brushes.
-    for (int type : {5, 10, 1, 7})
+    // Types only the crayon reaches, and types no brush has.
+    for (int type : {5, 6, 10, -1})
         EXPECT_EQ(draw(type, 2, nullptr).first, LProcessResultError) << "type " << type;
-    EXPECT_EQ(draw(0, 3, &pressure).first, LProcessResultError);
+    // Stamped brushes, and the pen with pressure, lay stamps.
+    for (int type : {1, 2, 3, 4, 7, 9})
+        EXPECT_EQ(draw(type, 8, nullptr), std::make_pair(LProcessResultOk, true)) << "type " << type;
+    pressure.maximum = 1024;
+    pressure.count = 2;
+    const long levels[2] = {512, 512};
+    pressure.levels.Append(levels, 2);
+    EXPECT_EQ(draw(0, 3, &pressure), std::make_pair(LProcessResultOk, true));
+    // A marker with pressure reaches the stamps, which have none for it.
+    EXPECT_EQ(draw(8, 3, &pressure), std::make_pair(LProcessResultOk, false));
 }
 
 TEST(RasterPath, StrokeLayerLandsOnThePathEvenBlurred) {

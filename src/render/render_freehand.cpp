@@ -1,0 +1,442 @@
+// The raster target's freehand strokes: the plain stroke of the pen and the
+// marker, the stamped brushes, and the eraser's strokes.
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+
+#include "foundation/brush.h"
+#include "foundation/graphics_path.h"
+#include "foundation/line_style.h"
+#include "imaging/image_blur.h"
+#include "render/render_image_buffer.h"
+#include "render/render_image_buffer_p.h"
+#include "render/stamps.h"
+#include "target/draw_path.h"
+#include "target/effects.h"
+
+namespace {
+
+// How far the parameter may move at an end of a segment, in spacings: small
+// enough that a stamp is found within 5 % of its place.
+constexpr float kToleranceShare = 1.0f / 15.0f;
+// A stamp may fall this much short of the spacing or beyond it.
+constexpr double kSpacingLow = 0.95, kSpacingHigh = 1.05;
+// A pressure sample of 512 adds the whole maximum to the size, whatever the device.
+constexpr double kPressureBase = 512.0;
+// The stamp of the pen and calligraphy pens: half the diagonal of a square `size` across.
+constexpr float kInverseSqrt2 = 1.0f / 1.4142135f;
+// Tries of one segment's walk after which it is given up, and how often a
+// walk asks whether to stop: a curve of numbers too large to step along must
+// not hold the render.
+constexpr long kMaxTriesPerSegment = 1L << 24;
+constexpr long kStopCheckTries = 1L << 14;
+
+struct Cubic {
+    explicit Cubic(const KVDrawCoordBezierSegment& s)
+        : p0(s.start), p1(s.control1), p2(s.control2), p3(s.end) {}
+
+    KVPoint At(double t) const {
+        const double u = 1.0 - t;
+        const double a = u * u * u, b = 3 * u * u * t, c = 3 * u * t * t, d = t * t * t;
+        return {static_cast<float>(a * p0.x + b * p1.x + c * p2.x + d * p3.x),
+                static_cast<float>(a * p0.y + b * p1.y + c * p2.y + d * p3.y)};
+    }
+
+    // The parameter step is found once per segment: halved until a step at
+    // either end moves the point by at most `tolerance` in x and in y.
+    bool EndStepAbove(double dt, float tolerance) const {
+        const KVPoint a = At(dt), b = At(1.0 - dt);
+        return std::fabs(a.x - p0.x) > tolerance || std::fabs(p3.x - b.x) > tolerance ||
+               std::fabs(a.y - p0.y) > tolerance || std::fabs(p3.y - b.y) > tolerance;
+    }
+
+    KVPoint p0, p1, p2, p3;
+};
+
+double Distance(KVPoint a, KVPoint b) {
+    return std::hypot(static_cast<double>(a.x) - b.x, static_cast<double>(a.y) - b.y);
+}
+
+// The pressure levels of a stroke, one per curve point; none without a
+// device maximum. Reads past the last level take the last, so a path with
+// fewer levels than points still draws.
+struct PressureSamples {
+    explicit PressureSamples(const KVPressure* pressure) {
+        if (pressure && pressure->maximum > 0 && pressure->count > 0 &&
+            pressure->levels.GetSize() >= pressure->count)
+            source = pressure;
+    }
+    double Level(unsigned long index) const {
+        const unsigned long last = source->count - 1;
+        return static_cast<double>(source->levels[std::min(index, last)]);
+    }
+    // The stamp size at parameter t of segment `index`.
+    float Size(float width, unsigned long index, double t) const {
+        if (!source)
+            return width;
+        const double p = Level(index), q = Level(index + 1);
+        return static_cast<float>(width * ((p + (q - p) * t + kPressureBase) /
+                                           static_cast<double>(source->maximum)));
+    }
+    const KVPressure* source = nullptr;
+};
+
+bool IsTurned(KVBrushType type) {
+    return type == KVBrushSpray || type == KVBrushCrayonSplotch || type == KVBrushPencil;
+}
+
+bool IsPicture(KVBrushType type) {
+    return IsTurned(type) || type == KVBrushCrayonSmear || type == KVBrushPaintbrush;
+}
+
+// The stamp picture, built once per path and laid many times: a picture is
+// laid far faster than its specks are filled. Without a painter the picture
+// is left invalid and the specks are filled at each stamp instead.
+void MakeStampPicture(LImageBuffer& picture, const LGraphicsPath& specks,
+                      const LGuiColorAlpha& stampColour, float width) {
+    const long side = Round(width + 0.5f);
+    if (side < 1 || side > 32767)
+        return;
+    LImage::New(picture, static_cast<int>(side), static_cast<int>(side), LPixelFormatB8G8R8A8);
+    if (!picture.IsValid())
+        return;
+    picture.Clear(LPixelColour());
+    {
+        LImageBufferPainter painter(picture);
+        if (!painter.IsValid()) {
+            picture = LImageBuffer();
+            return;
+        }
+        // Hard specks: each square lights whole pixels.
+        painter.context.antialias = false;
+        LPaintSurface::TransformTranslate(painter.context, 0.5f * width, 0.5f * width);
+        LPaintSurface::FillPath(painter.context, LGuiSolidBrush(stampColour), specks);
+        painter.Flush();
+    }
+    SetStampColor(picture, stampColour);
+}
+
+// The stroke's own alpha over the whole layer, once, so that overlapping
+// stamps do not add up to more than it.
+void ScaleAlpha(LImageBuffer& layer, float alpha) {
+    for (int y = 0; y < layer.height; ++y) {
+        unsigned char* p = layer.GetPictureRow(y);
+        for (int x = 0; x < layer.width; ++x, p += 4) {
+            const unsigned a = p[3];
+            if (a == 0)
+                continue;
+            const auto scaled = static_cast<unsigned>(Round(a / 255.0f * alpha * 255.0f));
+            // Premultiplied: the colour keeps its hue as the alpha falls.
+            for (int i = 0; i < 3; ++i)
+                p[i] = static_cast<unsigned char>((p[i] * scaled + a / 2) / a);
+            p[3] = static_cast<unsigned char>(scaled);
+        }
+    }
+}
+
+} // namespace
+
+void KVAddSegments(LGraphicsPath& path, KVSegments segments) {
+    path.SetFigureOpen(true);
+    for (; segments; segments.Next())
+        path.AddBezier(segments->start, segments->control1, segments->control2, segments->end);
+}
+
+LProcessResult KVStrokeLayer::Make(LProcessInterface& process, const KVBox& bounds, float width,
+                                   unsigned char blurRadius) {
+    const long w = Round(bounds.GetWidth() + 2 * width) + 4 * blurRadius;
+    const long h = Round(bounds.GetHeight() + 2 * width) + 4 * blurRadius;
+    if (w > 0 && h > 0 && w <= 32767 && h <= 32767)
+        LImage::New(picture, static_cast<int>(w), static_cast<int>(h), LPixelFormatB8G8R8A8);
+    if (!picture.IsValid()) {
+        process.SetError("The stroke is too large to draw.");
+        return LProcessResultError;
+    }
+    picture.Clear(LPixelColour());
+    offsetX = 2.0f * blurRadius - bounds.x1 + width;
+    offsetY = 2.0f * blurRadius - bounds.y1 + width;
+    return LProcessResultOk;
+}
+
+LProcessResult KVStrokeLayer::Place(LProcessInterface& process, LPaintContext& surface,
+                                    unsigned char blurRadius, double blurStart, double blurShare) {
+    if (blurRadius > 0) {
+        process.SetProgress(blurStart);
+        LProcessInterfaceSubProcess sub(process, blurStart, blurShare);
+        LImageBlurSettings settings(picture, blurRadius);
+        if (LProcessResult r = Process(sub, settings))
+            return r;
+    }
+    LPaintSurface::DrawImage(surface, KVPaintPixels(picture), -offsetX, -offsetY,
+                             static_cast<float>(picture.width), static_cast<float>(picture.height),
+                             1.0f, LPaintInterpolationLinear);
+    return LProcessResultOk;
+}
+
+LProcessResult KVRenderImageBuffer::DrawPath(LProcessInterface& process, KVBrushType brushType,
+                                             KVSegments segments, const LLineStyle& style,
+                                             float width, LGuiColorAlpha colour,
+                                             const KVBox& bounds, unsigned char blurRadius,
+                                             const KVPressure* pressure) {
+    if (!HasSurface())
+        return LProcessResultError;
+    const float alpha = colour.alpha / 255.0f;
+    const int type = static_cast<int>(brushType);
+    // Whatever a stroke draws stays on its layer.
+    Touch(bounds, 2.0f * blurRadius + std::fabs(width) + 1);
+    if (width <= 1.0f || ((type == KVBrushRoundPen || type == KVBrushMarker) && !pressure))
+        return RenderPath(process, Surface(), segments, brushType, style, width, colour, alpha,
+                          blurRadius, bounds);
+    // Types from files that no brush has, and the crayon's two passes,
+    // which only the crayon reaches.
+    if (type < 0 || type > KVBrushPaintbrush || type == KVBrushCrayonSmear ||
+        type == KVBrushCrayonSplotch)
+        return LProcessResultError;
+    if (type != KVBrushCrayon)
+        return StampPath(process, Surface(), segments, brushType, width, colour, alpha,
+                         blurRadius, bounds, false, pressure);
+    // The crayon: splotches first, the faint smear over them.
+    {
+        LProcessInterfaceSubProcess splotch(process, 0.0, 0.5);
+        if (LProcessResult r = StampPath(splotch, Surface(), segments, KVBrushCrayonSplotch, width,
+                                         colour, alpha, blurRadius, bounds, false, pressure))
+            return r;
+    }
+    LProcessInterfaceSubProcess smear(process, 0.5, 0.5);
+    return StampPath(smear, Surface(), segments, KVBrushCrayonSmear, width, colour, alpha,
+                     blurRadius, bounds, false, pressure);
+}
+
+LProcessResult KVRenderImageBuffer::RenderPath(LProcessInterface& process, LPaintContext& surface,
+                                               KVSegments segments, KVBrushType brushType,
+                                               const LLineStyle& style, float width,
+                                               LGuiColorAlpha colour, float alpha,
+                                               unsigned char blurRadius, const KVBox& bounds) {
+    KVStrokeLayer layer;
+    if (LProcessResult r = layer.Make(process, bounds, width, blurRadius))
+        return r;
+    {
+        LImageBufferPainter layerPainter(layer.picture);
+        if (!layerPainter.IsValid())
+            return LProcessResultError;
+        layerPainter.context.antialias = true;
+        LGraphicsPath path;
+        KVAddSegments(path, segments);
+        path.Translate(layer.offsetX, layer.offsetY);
+        LGuiColorAlpha c = colour;
+        c.alpha = static_cast<unsigned char>(std::clamp<long>(Round(alpha * 255.0f), 0, 255));
+        LLineStyle stroke = style;
+        if (brushType == KVBrushRoundPen)
+            stroke.startCap = stroke.endCap = LLineCapRound;
+        LPaintSurface::DrawPath(layerPainter.context, LGuiSolidBrush(c), path, width, &stroke);
+        layerPainter.Flush();
+    }
+    return layer.Place(process, surface, blurRadius, 0.1, 0.8);
+}
+
+LProcessResult KVRenderImageBuffer::StampPath(LProcessInterface& process, LPaintContext& surface,
+                                              KVSegments segments, KVBrushType brushType,
+                                              float width, LGuiColorAlpha colour, float alpha,
+                                              unsigned char blurRadius, const KVBox& bounds,
+                                              bool black, const KVPressure* pressure) {
+    KVStrokeLayer layer;
+    if (LProcessResult r = layer.Make(process, bounds, width, blurRadius))
+        return r;
+    if (black)
+        colour = LGuiColorAlpha(LGuiColor(), colour.alpha);
+    {
+        LImageBufferPainter painter(layer.picture);
+        if (!painter.IsValid())
+            return LProcessResultError;
+        LPaintContext& c = painter.context;
+        c.antialias = true;
+
+        float spacing = 0.5f;
+        LGraphicsPath specks;
+        const LGuiColorAlpha stampColour = GetStamp(specks, spacing, colour, width, brushType);
+        const LGuiSolidBrush stampBrush(stampColour);
+        LImageBuffer picture;
+        if (IsPicture(brushType))
+            MakeStampPicture(picture, specks, stampColour, width);
+        const LPaintPixels pixels = picture.IsValid() ? KVPaintPixels(picture) : LPaintPixels();
+        const float tolerance = spacing * kToleranceShare;
+        const PressureSamples samples(pressure);
+
+        auto lay = [&](KVPoint at, float size) {
+            const float x = at.x + layer.offsetX, y = at.y + layer.offsetY;
+            const float r = size * kInverseSqrt2 * 0.5f;
+            switch (brushType) {
+            case KVBrushRoundPen:
+                LPaintSurface::FillEllipse(c, x - r, y - r, 2 * r, 2 * r, stampBrush);
+                return;
+            case KVBrushCalligraphy:
+            case KVBrushCalligraphyReverse:
+                DrawCalligraphyStamp(c, x, y, r, stampColour, brushType);
+                return;
+            default:
+                break;
+            }
+            if (!IsPicture(brushType))
+                return;
+            if (IsTurned(brushType)) {
+                LPaintSurface::TransformTranslate(c, x, y);
+                LPaintSurface::TransformRotate(c, static_cast<float>(std::rand() % 361));
+                LPaintSurface::TransformTranslate(c, -x, -y);
+            }
+            if (pixels.data) {
+                LPaintSurface::DrawImage(c, pixels, x - width / 2, y - width / 2,
+                                         static_cast<float>(pixels.width),
+                                         static_cast<float>(pixels.height), 1.0f,
+                                         LPaintInterpolationLinear);
+            } else {
+                LPaintSurface::TransformTranslate(c, x, y);
+                LPaintSurface::FillPath(c, stampBrush, specks);
+            }
+            LPaintSurface::TransformReset(c);
+        };
+
+        // Types that lay nothing here (the marker, should it come with
+        // pressure) leave an empty layer.
+        const bool lays = brushType == KVBrushRoundPen || brushType == KVBrushCalligraphy ||
+                          brushType == KVBrushCalligraphyReverse || IsPicture(brushType);
+        bool first = true;
+        KVPoint last;
+        unsigned long index = 0;
+        for (; lays && segments; segments.Next(), ++index) {
+            if (process.IsToStop())
+                return LProcessResultStopped;
+            const Cubic curve(*segments);
+            double dt = 0.5;
+            while (dt > FLT_MIN && curve.EndStepAbove(dt, tolerance)) {
+                dt *= 0.5;
+                if (process.IsToStop())
+                    return LProcessResultStopped;
+            }
+            double t = 0.0;
+            long n = 1;
+            long tries = 0;
+            bool done = false;
+            while (!done) {
+                // The search for the next stamp: forward while it falls
+                // short, back while it overshoots, never both ways.
+                bool forward = false, back = false;
+                KVPoint at;
+                for (;;) {
+                    if (++tries > kMaxTriesPerSegment) {
+                        done = true;
+                        break;
+                    }
+                    if (tries % kStopCheckTries == 0 && process.IsToStop())
+                        return LProcessResultStopped;
+                    at = curve.At(t);
+                    if (first)
+                        break;
+                    const double d = Distance(at, last);
+                    if (d < spacing && !back) {
+                        if (d / spacing > kSpacingLow)
+                            break;
+                        // A step too small to move the parameter would never end.
+                        if (t + dt == t) {
+                            done = true;
+                            break;
+                        }
+                        t += dt;
+                        ++n;
+                        forward = true;
+                        if (t > 1.0) {
+                            done = true;
+                            break;
+                        }
+                        continue;
+                    }
+                    if (d > spacing && !forward) {
+                        if (d / spacing < kSpacingHigh || t <= 0.0 || t - dt == t)
+                            break;
+                        t -= dt;
+                        --n;
+                        back = true;
+                        continue;
+                    }
+                    break;
+                }
+                if (done)
+                    break;
+                first = false;
+                lay(at, samples.Size(width, index, t));
+                last = at;
+                // The steps keep the size that worked.
+                t += static_cast<double>(n) * dt;
+                done = t >= 1.0;
+            }
+        }
+        painter.Flush();
+    }
+    if (alpha < 1.0f)
+        ScaleAlpha(layer.picture, alpha);
+    return layer.Place(process, surface, blurRadius, 0.45, 0.45);
+}
+
+LProcessResult KVRenderImageBuffer::EraserStroke(LProcessInterface& process,
+                                                 LListIterator<KVEraserStroke> strokes) {
+    if (!HasSurface())
+        return strokes ? LProcessResultError : LProcessResultOk;
+    // Round ends and corners, whatever the stroke's own style: the eraser is
+    // a round tip dragged along.
+    LLineStyle style;
+    style.startCap = style.endCap = LLineCapRound;
+    style.join = LLineJoinRound;
+    for (; strokes; strokes.Next()) {
+        const KVEraserStroke& stroke = *strokes;
+        if (stroke.path.GetCoords().IsEmpty()) {
+            process.SetError("An erase stroke has no path.");
+            return LProcessResultError;
+        }
+        LList<KVDrawCoordBezierSegment> segments;
+        GetBeziers(stroke.path, segments);
+        LGraphicsPath path;
+        KVAddSegments(path, segments.GetIterator());
+        if (process.IsToStop())
+            return LProcessResultStopped;
+
+        // A soft stroke is drawn on a layer of the target's size and blurred
+        // there; a hard one straight on the picture.
+        LImageBuffer layer;
+        std::unique_ptr<LImageBufferPainter> layerPainter;
+        if (stroke.softnessRadius != 0) {
+            LImage::New(layer, image.width, image.height, LPixelFormatB8G8R8A8);
+            if (layer.IsValid()) {
+                layer.Clear(LPixelColour());
+                layerPainter = std::make_unique<LImageBufferPainter>(layer);
+            }
+            if (!layerPainter || !layerPainter->IsValid()) {
+                process.SetError("Not enough memory for a soft erase stroke.");
+                return LProcessResultError;
+            }
+            layerPainter->context.antialias = true;
+        }
+        LPaintContext& c = layerPainter ? layerPainter->context : Surface();
+        // A target whose own transform has no inverse shows nothing.
+        if (!LPaintSurface::TransformStackPush(c))
+            continue;
+        LPaintSurface::Transform(c, stroke.transform);
+        LPaintSurface::DrawPath(c, LGuiSolidBrush(stroke.colour), path, stroke.width, &style);
+        if (!layerPainter)
+            Touch(path.GetBounds(), stroke.width + 1);
+        LPaintSurface::TransformStackPop(c);
+        if (!layerPainter)
+            continue;
+        layerPainter->Flush();
+        layerPainter.reset();
+        LImageBlurSettings settings(layer, stroke.softnessRadius);
+        if (LProcessResult r = Process(process, settings))
+            return r;
+        LPaintSurface::DrawImage(Surface(), KVPaintPixels(layer), 0, 0,
+                                 static_cast<float>(layer.width), static_cast<float>(layer.height),
+                                 1.0f, LPaintInterpolationLinear);
+        TouchAll();
+    }
+    return LProcessResultOk;
+}

@@ -1,0 +1,172 @@
+#include "render/stamps.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "foundation/brush.h"
+#include "foundation/graphics_path.h"
+#include "foundation/paint_surface.h"
+#include "imaging/image_buffer.h"
+
+namespace {
+
+// A speck's offset in tenths of a pixel below `range` / 10, so that the
+// specks of a grid never line up. A range of nothing has no offset rather
+// than a division by zero.
+float Jitter(int range) {
+    return range > 0 ? static_cast<float>(std::rand() % range) / 10.0f : 0.0f;
+}
+
+float AsFloat(long v) { return static_cast<float>(v); }
+
+// A stamp too thin to hold a speck, or no number at all, has none: its grid
+// would never step on.
+bool HasSpecks(float width) { return std::isfinite(width) && width > 0.0f; }
+
+unsigned char CutAlpha(double alpha) {
+    return static_cast<unsigned char>(std::clamp(alpha, 0.0, 255.0));
+}
+
+unsigned char SprayStamp(LGraphicsPath& path, float& spacing, float width) {
+    const float step = width / 10.0f, r = width / 2.0f;
+    spacing = 3.75f;
+    const int range = static_cast<int>(step * 10.0f);
+    for (float y = -r; y <= r; IncrementFloat(y, step, width))
+        for (float x = -r; x <= r; IncrementFloat(x, step, width)) {
+            if (x * x + y * y > r * r)
+                continue;
+            const float j1 = Jitter(range), j2 = Jitter(range);
+            const float side = AsFloat(Round(1.0));
+            path.AddRectangle(AsFloat(Round(x - 0.5f + j1 - 0.5f)),
+                              AsFloat(Round(y - 0.5f + j2 - 0.5f)), side, side);
+        }
+    const int alpha = static_cast<int>(width * 0.8533 + 42.66);
+    return alpha < 256 ? static_cast<unsigned char>(alpha) : 255;
+}
+
+unsigned char SmearStamp(LGraphicsPath& path, float& spacing, float width) {
+    const float u = width / 10.0f, step = u * 0.75f, half = u * 0.5f, r = width / 2.25f;
+    spacing = half / 1.5f;
+    const int range = static_cast<int>(step * 10.0f);
+    const float side = AsFloat(Round(u));
+    for (float y = -r; y <= r; y += step)
+        for (float x = -r; x <= r; x += step) {
+            if (x * x + y * y > r * r)
+                continue;
+            // One offset for both axes: the smear's squares slip along the diagonal.
+            const float j = Jitter(range);
+            path.AddRectangle(AsFloat(Round(j - step + x - half)),
+                              AsFloat(Round(j - step + y - half)), side, side);
+        }
+    return 8;
+}
+
+unsigned char PaintbrushStamp(LGraphicsPath& path, float& spacing, float width) {
+    // Below 20 the stamp is built at 20 and shrunk: a small brush keeps the
+    // texture of a large one, made denser by the alpha.
+    float k = 3.0f, s = 1.0f;
+    const bool scaled = width < 20.0f;
+    if (scaled) {
+        s = width / 20.0f;
+        width = 20.0f;
+    } else if (width > 100.0f) {
+        k = static_cast<float>(width * 0.00833 + 2.166);
+    }
+    const float half = width / 2.0f;
+    spacing = 0.6666667f;
+    const int range = static_cast<int>(k * 10.0f);
+    const float side = AsFloat(Round(2.0));
+    for (float y = -half; y <= half; y += k)
+        for (float x = -half; x <= half; x += k) {
+            if (x * x + y * y > half * half)
+                continue;
+            const float j = Jitter(range);
+            path.AddRectangle(AsFloat(Round(j - k + x - 1.0f)), AsFloat(Round(j - k + y - 1.0f)),
+                              side, side);
+        }
+    double alpha = width > 100.0f ? 8.0 : static_cast<double>(Round(width * -0.2133 + 29.33));
+    if (scaled) {
+        alpha = static_cast<double>(Round(alpha / s));
+        path.Scale(s, s);
+    }
+    return CutAlpha(alpha);
+}
+
+} // namespace
+
+void IncrementFloat(float& x, float step, float size) {
+    x = static_cast<float>(x + step * 0.75 * std::fabs(x) / (size * 0.5) + step * 0.25);
+}
+
+LGuiColorAlpha GetStamp(LGraphicsPath& path, float& spacing, const LGuiColor& colour, float width,
+                        KVBrushType type) {
+    const bool specks = HasSpecks(width);
+    switch (type) {
+    case KVBrushSpray:
+        return LGuiColorAlpha(colour, specks ? SprayStamp(path, spacing, width) : 255);
+    case KVBrushCrayonSmear:
+        return LGuiColorAlpha(colour, specks ? SmearStamp(path, spacing, width) : 255);
+    case KVBrushPaintbrush:
+        return LGuiColorAlpha(colour, specks ? PaintbrushStamp(path, spacing, width) : 255);
+    case KVBrushPencil: {
+        // A paintbrush's specks, a quarter more opaque.
+        const LGuiColorAlpha brush = GetStamp(path, spacing, colour, width, KVBrushPaintbrush);
+        return LGuiColorAlpha(colour, CutAlpha(std::min(brush.alpha * 1.25, 255.0)));
+    }
+    case KVBrushCrayonSplotch: {
+        const LGuiColorAlpha pencil = GetStamp(path, spacing, colour, width, KVBrushPencil);
+        return LGuiColorAlpha(colour, CutAlpha(std::min(pencil.alpha * 0.9, 255.0)));
+    }
+    default:
+        return LGuiColorAlpha(colour, 255);
+    }
+}
+
+void SetStampColor(LImageBuffer& image, const LGuiColor& colour) {
+    if (!image.IsValid() || image.format != LPixelFormatB8G8R8A8)
+        return;
+    const unsigned blue = colour.Blue8(), green = colour.Green8(), red = colour.Red8();
+    for (int y = 0; y < image.height; ++y) {
+        unsigned char* p = image.GetPictureRow(y);
+        for (int x = 0; x < image.width; ++x, p += 4) {
+            const unsigned a = p[3];
+            if (a == 0)
+                continue;
+            p[0] = static_cast<unsigned char>((blue * a + 127) / 255);
+            p[1] = static_cast<unsigned char>((green * a + 127) / 255);
+            p[2] = static_cast<unsigned char>((red * a + 127) / 255);
+        }
+    }
+}
+
+void DrawCalligraphyStamp(LPaintContext& surface, float x, float y, float r,
+                          const LGuiColorAlpha& colour, KVBrushType type) {
+    LPointTemplate<float> corners[4];
+    if (type == KVBrushCalligraphy) {
+        corners[0] = {x - r, y + r};
+        corners[1] = {x + r, y - r};
+        corners[2] = {x + r + 2, y - r};
+        corners[3] = {x - r + 2, y + r};
+    } else if (type == KVBrushCalligraphyReverse) {
+        corners[0] = {x + r, y + r};
+        corners[1] = {x - r, y - r};
+        corners[2] = {x - r + 2, y - r};
+        corners[3] = {x + r + 2, y + r};
+    }
+    LGraphicsPath bar;
+    bar.AddLines(corners, 4);
+    bar.CloseFigure();
+    const bool antialias = surface.antialias;
+    surface.antialias = true;
+    LPaintSurface::FillPath(surface, LGuiSolidBrush(colour), bar);
+    surface.antialias = antialias;
+}
+
+double GetAngle(LPointTemplate<float> a, LPointTemplate<float> b, LPointTemplate<float> c) {
+    auto length = [](LPointTemplate<float> p, LPointTemplate<float> q) {
+        return std::hypot(static_cast<double>(p.x) - q.x, static_cast<double>(p.y) - q.y);
+    };
+    const double ab = length(a, b), bc = length(b, c), ac = length(a, c);
+    return std::acos((bc * bc - ac * ac + ab * ab) / (ab * (bc + bc)));
+}

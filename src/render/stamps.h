@@ -1,0 +1,39 @@
+#pragma once
+// The stamps of the freehand brushes. Every brush but the pen lays a small
+// picture again and again along its curve; its character lies in how that
+// picture is built from random specks, how far apart the stamps fall and how
+// each is turned. The specks come from rand(), which the program seeds once
+// at start-up: two strokes are never alike, and nothing compares them.
+
+#include "foundation/color.h"
+#include "foundation/geometry.h"
+#include "target/render_types.h"
+
+class LGraphicsPath;
+class LImageBuffer;
+struct LPaintContext;
+
+// Steps a coordinate of a stamp's grid: a quarter of `step` at the centre,
+// the whole `step` at the rim of a stamp `size` across, so that a spray is
+// densest in the middle.
+void IncrementFloat(float& x, float step, float size);
+
+// Fills `path`, centred on (0, 0), with the specks of one stamp of `type` at
+// `width` and sets `spacing`, the distance between stamps in pixels; gives
+// `colour` with the alpha of one stamp. Types without specks give an empty
+// path and alpha 255, and leave `spacing` as the caller set it.
+LGuiColorAlpha GetStamp(LGraphicsPath& path, float& spacing, const LGuiColor& colour, float width,
+                        KVBrushType type);
+
+// Every pixel of a format-0 picture that is not transparent takes the
+// colour and keeps its alpha: a stamp's alpha is its shape. The picture
+// stays premultiplied.
+void SetStampColor(LImageBuffer& image, const LGuiColor& colour);
+
+// The bar of the calligraphy pens (types 1 and 2), two pixels wide, from
+// (x - r, y + r) to (x + r, y - r) or mirrored; nothing for other types.
+void DrawCalligraphyStamp(LPaintContext& surface, float x, float y, float r,
+                          const LGuiColorAlpha& colour, KVBrushType type);
+
+// The angle at `b` of the triangle a, b, c, in radians.
+double GetAngle(LPointTemplate<float> a, LPointTemplate<float> b, LPointTemplate<float> c);
