@@ -92,32 +92,54 @@ bool IsPicture(KVBrushType type) {
     return IsTurned(type) || type == KVBrushCrayonSmear || type == KVBrushPaintbrush;
 }
 
-// The stamp picture, built once per path and laid many times: a picture is
-// laid far faster than its specks are filled. Without a painter the picture
-// is left invalid and the specks are filled at each stamp instead.
-void MakeStampPicture(LImageBuffer& picture, const LGraphicsPath& specks,
-                      const LGuiColorAlpha& stampColour, float width) {
-    const long side = Round(width + 0.5f);
-    if (side < 1 || side > 32767)
-        return;
-    LImage::New(picture, static_cast<int>(side), static_cast<int>(side), LPixelFormatB8G8R8A8);
-    if (!picture.IsValid())
-        return;
-    picture.Clear(LPixelColour());
-    {
-        LImageBufferPainter painter(picture);
-        if (!painter.IsValid()) {
-            picture = LImageBuffer();
-            return;
-        }
-        // Hard specks: each square lights whole pixels.
-        painter.context.antialias = false;
-        LPaintSurface::TransformTranslate(painter.context, 0.5f * width, 0.5f * width);
-        LPaintSurface::FillPath(painter.context, LGuiSolidBrush(stampColour), specks);
-        painter.Flush();
+// Lays a stamp picture on the layer at whole pixels. A turned stamp is
+// turned once per angle and kept: the turn is a whole number of degrees, so
+// a long stroke turns each angle once instead of once a stamp. Turned
+// pictures are kept within a memory budget; a stamp too large for all 361
+// turns to fit in it takes the nearest of the turns that do, evenly spread,
+// which no eye tells from a random turn of its own.
+class PictureStamps {
+public:
+    PictureStamps(const LImageBuffer& stamp, float stampWidth)
+        : picture(stamp), width(stampWidth) {
+        const double side = picture.width * 1.5 + 2;
+        const double bytesPerTurn = side * side * 4;
+        kept = static_cast<int>(std::min(static_cast<double>(kTurns), kBudget / bytesPerTurn));
     }
-    SetStampColor(picture, stampColour);
-}
+
+    // At (x, y) of the layer, turned by `degrees` (0 to 360) clockwise.
+    void Lay(LImageBuffer& layer, float x, float y, int degrees) {
+        // Where the unturned picture's centre falls: the picture is drawn
+        // from (x - width / 2, y - width / 2).
+        const float cx = x - width / 2 + picture.width * 0.5f;
+        const float cy = y - width / 2 + picture.height * 0.5f;
+        const LImageBuffer* shown = &picture;
+        if (kept < kTurns)
+            degrees = kept > 0 ? static_cast<int>(Round(degrees * (kept - 1) / 360.0)) * 360 /
+                                     std::max(kept - 1, 1)
+                               : 0;
+        if (degrees % 360 != 0) {
+            LImageBuffer& slot = turned[static_cast<size_t>(degrees)];
+            if (!slot.IsValid()) {
+                LProcessInterfaceVoid quiet;
+                if (LImage::Rotate(quiet, picture, slot, degrees / 360.0) != LProcessResultOk)
+                    return;
+            }
+            shown = &slot;
+        }
+        LImage::CopyAlphaComposite(*shown, layer, static_cast<int>(Round(cx - shown->width * 0.5f)),
+                                   static_cast<int>(Round(cy - shown->height * 0.5f)), 0, 0,
+                                   shown->width, shown->height);
+    }
+
+private:
+    static constexpr int kTurns = 361;
+    static constexpr double kBudget = 64.0 * 1024 * 1024;
+    const LImageBuffer& picture;
+    float width;
+    int kept = 0;
+    LImageBuffer turned[kTurns];
+};
 
 // The stroke's own alpha over the whole layer, once, so that overlapping
 // stamps do not add up to more than it.
@@ -261,7 +283,11 @@ LProcessResult KVRenderImageBuffer::StampPath(LProcessInterface& process, LPaint
         LImageBuffer picture;
         if (IsPicture(brushType))
             MakeStampPicture(picture, specks, stampColour, width);
-        const LPaintPixels pixels = picture.IsValid() ? KVPaintPixels(picture) : LPaintPixels();
+        // Stamp pictures are composed straight into the layer's pixels;
+        // without a picture the specks are filled through the painter.
+        std::unique_ptr<PictureStamps> laid;
+        if (picture.IsValid())
+            laid = std::make_unique<PictureStamps>(picture, width);
         const float tolerance = spacing * kToleranceShare;
         const PressureSamples samples(pressure);
 
@@ -281,20 +307,17 @@ LProcessResult KVRenderImageBuffer::StampPath(LProcessInterface& process, LPaint
             }
             if (!IsPicture(brushType))
                 return;
+            if (laid) {
+                laid->Lay(layer.picture, x, y, IsTurned(brushType) ? std::rand() % 361 : 0);
+                return;
+            }
             if (IsTurned(brushType)) {
                 LPaintSurface::TransformTranslate(c, x, y);
                 LPaintSurface::TransformRotate(c, static_cast<float>(std::rand() % 361));
                 LPaintSurface::TransformTranslate(c, -x, -y);
             }
-            if (pixels.data) {
-                LPaintSurface::DrawImage(c, pixels, x - width / 2, y - width / 2,
-                                         static_cast<float>(pixels.width),
-                                         static_cast<float>(pixels.height), 1.0f,
-                                         LPaintInterpolationLinear);
-            } else {
-                LPaintSurface::TransformTranslate(c, x, y);
-                LPaintSurface::FillPath(c, stampBrush, specks);
-            }
+            LPaintSurface::TransformTranslate(c, x, y);
+            LPaintSurface::FillPath(c, stampBrush, specks);
             LPaintSurface::TransformReset(c);
         };
 
@@ -373,6 +396,8 @@ LProcessResult KVRenderImageBuffer::StampPath(LProcessInterface& process, LPaint
             }
         }
         painter.Flush();
+        if (laid)
+            painter.ReloadImageBuffer();
     }
     if (alpha < 1.0f)
         ScaleAlpha(layer.picture, alpha);

@@ -8,6 +8,7 @@
 #include "foundation/graphics_path.h"
 #include "foundation/paint_surface.h"
 #include "imaging/image_buffer.h"
+#include "imaging/image_painter.h"
 
 namespace {
 
@@ -169,4 +170,29 @@ double GetAngle(LPointTemplate<float> a, LPointTemplate<float> b, LPointTemplate
     };
     const double ab = length(a, b), bc = length(b, c), ac = length(a, c);
     return std::acos((bc * bc - ac * ac + ab * ab) / (ab * (bc + bc)));
+}
+
+void MakeStampPicture(LImageBuffer& picture, const LGraphicsPath& specks,
+                      const LGuiColorAlpha& stampColour, float width) {
+    picture = LImageBuffer();
+    const long side = Round(width + 0.5f);
+    if (side < 1 || side > 32767)
+        return;
+    LImage::New(picture, static_cast<int>(side), static_cast<int>(side), LPixelFormatB8G8R8A8);
+    if (!picture.IsValid())
+        return;
+    picture.Clear(LPixelColour());
+    {
+        LImageBufferPainter painter(picture);
+        if (!painter.IsValid()) {
+            picture = LImageBuffer();
+            return;
+        }
+        // Hard specks: each square lights whole pixels.
+        painter.context.antialias = false;
+        LPaintSurface::TransformTranslate(painter.context, 0.5f * width, 0.5f * width);
+        LPaintSurface::FillPath(painter.context, LGuiSolidBrush(stampColour), specks);
+        painter.Flush();
+    }
+    SetStampColor(picture, stampColour);
 }

@@ -30,6 +30,13 @@ LGuiColorAlpha GetStamp(LGraphicsPath& path, float& spacing, const LGuiColor& co
 // stays premultiplied.
 void SetStampColor(LImageBuffer& image, const LGuiColor& colour);
 
+// The picture of one stamp, `width` and a half pixels square, its specks in
+// `stampColour`: built once per path and laid many times, since a picture is
+// laid far faster than its specks are filled. Left invalid when no picture
+// or painter could be had; the specks are then filled at each stamp.
+void MakeStampPicture(LImageBuffer& picture, const LGraphicsPath& specks,
+                      const LGuiColorAlpha& stampColour, float width);
+
 // The bar of the calligraphy pens (types 1 and 2), two pixels wide, from
 // (x - r, y + r) to (x + r, y - r) or mirrored; nothing for other types.
 void DrawCalligraphyStamp(LPaintContext& surface, float x, float y, float r,
