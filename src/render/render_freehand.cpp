@@ -167,20 +167,39 @@ void KVAddSegments(LGraphicsPath& path, KVSegments segments) {
         path.AddBezier(segments->start, segments->control1, segments->control2, segments->end);
 }
 
-LProcessResult KVStrokeLayer::Make(LProcessInterface& process, const KVBox& bounds, float width,
-                                   unsigned char blurRadius) {
+LProcessResult KVStrokeLayer::Measure(LProcessInterface& process, const KVBox& bounds,
+                                      float width, unsigned char blurRadius) {
     const long w = Round(bounds.GetWidth() + 2 * width) + 4 * blurRadius;
     const long h = Round(bounds.GetHeight() + 2 * width) + 4 * blurRadius;
-    if (w > 0 && h > 0 && w <= 32767 && h <= 32767)
-        LImage::New(picture, static_cast<int>(w), static_cast<int>(h), LPixelFormatB8G8R8A8);
+    if (!(w > 0 && h > 0 && w <= 32767 && h <= 32767)) {
+        process.SetError("The stroke is too large to draw.");
+        return LProcessResultError;
+    }
+    pixelsWide = static_cast<int>(w);
+    pixelsHigh = static_cast<int>(h);
+    offsetX = 2.0f * blurRadius - bounds.x1 + width;
+    offsetY = 2.0f * blurRadius - bounds.y1 + width;
+    return LProcessResultOk;
+}
+
+LProcessResult KVStrokeLayer::Make(LProcessInterface& process, const KVBox& bounds, float width,
+                                   unsigned char blurRadius) {
+    if (LProcessResult r = Measure(process, bounds, width, blurRadius))
+        return r;
+    LImage::New(picture, pixelsWide, pixelsHigh, LPixelFormatB8G8R8A8);
     if (!picture.IsValid()) {
         process.SetError("The stroke is too large to draw.");
         return LProcessResultError;
     }
     picture.Clear(LPixelColour());
-    offsetX = 2.0f * blurRadius - bounds.x1 + width;
-    offsetY = 2.0f * blurRadius - bounds.y1 + width;
     return LProcessResultOk;
+}
+
+KVBox KVStrokeLayer::GetPlace() const {
+    // A picture's pixel falls on the surface's pixel of the same
+    // coordinates, which is centred on them.
+    return KVBox(-offsetX - 0.5f, -offsetY - 0.5f, -offsetX - 0.5f + pixelsWide,
+                 -offsetY - 0.5f + pixelsHigh);
 }
 
 LProcessResult KVStrokeLayer::Place(LProcessInterface& process, LPaintContext& surface,
@@ -238,6 +257,27 @@ LProcessResult KVRenderImageBuffer::RenderPath(LProcessInterface& process, LPain
                                                LGuiColorAlpha colour, float alpha,
                                                unsigned char blurRadius, const KVBox& bounds) {
     KVStrokeLayer layer;
+    if (LProcessResult r = layer.Measure(process, bounds, width, blurRadius))
+        return r;
+    LGraphicsPath path;
+    KVAddSegments(path, segments);
+    LGuiColorAlpha c = colour;
+    c.alpha = static_cast<unsigned char>(std::clamp<long>(Round(alpha * 255.0f), 0, 255));
+    LLineStyle stroke = style;
+    if (brushType == KVBrushRoundPen)
+        stroke.startCap = stroke.endCap = LLineCapRound;
+    if (blurRadius == 0) {
+        // Without a blur the layer would only be copied: the stroke goes
+        // straight on the surface, clipped to where its layer would lie. One
+        // stroke covers each pixel once however the path crosses itself, so
+        // it is antialiased against the background once, as on a layer, at
+        // the cost of neither the layer nor its copy.
+        LPaintSurface::ClipStackPush(surface);
+        LPaintSurface::ClipIntersect(surface, layer.GetPlace());
+        LPaintSurface::DrawPath(surface, LGuiSolidBrush(c), path, width, &stroke);
+        LPaintSurface::ClipStackPop(surface);
+        return LProcessResultOk;
+    }
     if (LProcessResult r = layer.Make(process, bounds, width, blurRadius))
         return r;
     {
@@ -245,14 +285,7 @@ LProcessResult KVRenderImageBuffer::RenderPath(LProcessInterface& process, LPain
         if (!layerPainter.IsValid())
             return LProcessResultError;
         layerPainter.context.antialias = true;
-        LGraphicsPath path;
-        KVAddSegments(path, segments);
         path.Translate(layer.offsetX, layer.offsetY);
-        LGuiColorAlpha c = colour;
-        c.alpha = static_cast<unsigned char>(std::clamp<long>(Round(alpha * 255.0f), 0, 255));
-        LLineStyle stroke = style;
-        if (brushType == KVBrushRoundPen)
-            stroke.startCap = stroke.endCap = LLineCapRound;
         LPaintSurface::DrawPath(layerPainter.context, LGuiSolidBrush(c), path, width, &stroke);
         layerPainter.Flush();
     }

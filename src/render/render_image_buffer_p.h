@@ -27,11 +27,17 @@ inline LPaintPixels KVPaintPixels(const LImageBuffer& picture) {
 // half-way leaves nothing behind. The layer reaches a stroke's width and two
 // blur radii past the path's box on every side.
 struct KVStrokeLayer {
-    // Transparent, not black: with premultiplied pixels a blur then mixes only
-    // the stroke's own colour at its edge. 2 with a message when the layer
-    // can't be had.
+    // Sizes the layer and finds its place; 2 with a message when a layer
+    // of that size can't be had.
+    LProcessResult Measure(LProcessInterface& process, const KVBox& bounds, float width,
+                           unsigned char blurRadius);
+    // Measures and makes the layer, transparent, not black: with
+    // premultiplied pixels a blur then mixes only the stroke's own colour at
+    // its edge.
     LProcessResult Make(LProcessInterface& process, const KVBox& bounds, float width,
                         unsigned char blurRadius);
+    // Where the layer's pixels fall on the surface.
+    KVBox GetPlace() const;
     // Blurs the layer by `blurRadius` on the share `blurShare` of the
     // progress after `blurStart`, then draws it on `surface`. A stop or a
     // failure of the blur leaves the surface as it was.
@@ -39,6 +45,7 @@ struct KVStrokeLayer {
                          unsigned char blurRadius, double blurStart, double blurShare);
 
     LImageBuffer picture;
+    int pixelsWide = 0, pixelsHigh = 0;
     // A curve point (x, y) falls on the layer at (x + offsetX, y + offsetY).
     float offsetX = 0, offsetY = 0;
 };
