@@ -2,7 +2,6 @@
 // marker, the stamped brushes, and the eraser's strokes.
 
 #include <algorithm>
-#include <cfloat>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -19,47 +18,10 @@
 
 namespace {
 
-// How far the parameter may move at an end of a segment, in spacings: small
-// enough that a stamp is found within 5 % of its place.
-constexpr float kToleranceShare = 1.0f / 15.0f;
-// A stamp may fall this much short of the spacing or beyond it.
-constexpr double kSpacingLow = 0.95, kSpacingHigh = 1.05;
 // A pressure sample of 512 adds the whole maximum to the size, whatever the device.
 constexpr double kPressureBase = 512.0;
 // The stamp of the pen and calligraphy pens: half the diagonal of a square `size` across.
 constexpr float kInverseSqrt2 = 1.0f / 1.4142135f;
-// Tries of one segment's walk after which it is given up, and how often a
-// walk asks whether to stop: a curve of numbers too large to step along must
-// not hold the render.
-constexpr long kMaxTriesPerSegment = 1L << 24;
-constexpr long kStopCheckTries = 1L << 14;
-
-struct Cubic {
-    explicit Cubic(const KVDrawCoordBezierSegment& s)
-        : p0(s.start), p1(s.control1), p2(s.control2), p3(s.end) {}
-
-    KVPoint At(double t) const {
-        const double u = 1.0 - t;
-        const double a = u * u * u, b = 3 * u * u * t, c = 3 * u * t * t, d = t * t * t;
-        return {static_cast<float>(a * p0.x + b * p1.x + c * p2.x + d * p3.x),
-                static_cast<float>(a * p0.y + b * p1.y + c * p2.y + d * p3.y)};
-    }
-
-    // The parameter step is found once per segment: halved until a step at
-    // either end moves the point by at most `tolerance` in x and in y.
-    bool EndStepAbove(double dt, float tolerance) const {
-        const KVPoint a = At(dt), b = At(1.0 - dt);
-        return std::fabs(a.x - p0.x) > tolerance || std::fabs(p3.x - b.x) > tolerance ||
-               std::fabs(a.y - p0.y) > tolerance || std::fabs(p3.y - b.y) > tolerance;
-    }
-
-    KVPoint p0, p1, p2, p3;
-};
-
-double Distance(KVPoint a, KVPoint b) {
-    return std::hypot(static_cast<double>(a.x) - b.x, static_cast<double>(a.y) - b.y);
-}
-
 // The pressure levels of a stroke, one per curve point; none without a
 // device maximum. Reads past the last level take the last, so a path with
 // fewer levels than points still draws.
@@ -321,7 +283,6 @@ LProcessResult KVRenderImageBuffer::StampPath(LProcessInterface& process, LPaint
         std::unique_ptr<PictureStamps> laid;
         if (picture.IsValid())
             laid = std::make_unique<PictureStamps>(picture, width);
-        const float tolerance = spacing * kToleranceShare;
         const PressureSamples samples(pressure);
 
         auto lay = [&](KVPoint at, float size) {
@@ -358,75 +319,13 @@ LProcessResult KVRenderImageBuffer::StampPath(LProcessInterface& process, LPaint
         // pressure) leave an empty layer.
         const bool lays = brushType == KVBrushRoundPen || brushType == KVBrushCalligraphy ||
                           brushType == KVBrushCalligraphyReverse || IsPicture(brushType);
-        bool first = true;
-        KVPoint last;
-        unsigned long index = 0;
-        for (; lays && segments; segments.Next(), ++index) {
-            if (process.IsToStop())
-                return LProcessResultStopped;
-            const Cubic curve(*segments);
-            double dt = 0.5;
-            while (dt > FLT_MIN && curve.EndStepAbove(dt, tolerance)) {
-                dt *= 0.5;
-                if (process.IsToStop())
-                    return LProcessResultStopped;
-            }
-            double t = 0.0;
-            long n = 1;
-            long tries = 0;
-            bool done = false;
-            while (!done) {
-                // The search for the next stamp: forward while it falls
-                // short, back while it overshoots, never both ways.
-                bool forward = false, back = false;
-                KVPoint at;
-                for (;;) {
-                    if (++tries > kMaxTriesPerSegment) {
-                        done = true;
-                        break;
-                    }
-                    if (tries % kStopCheckTries == 0 && process.IsToStop())
-                        return LProcessResultStopped;
-                    at = curve.At(t);
-                    if (first)
-                        break;
-                    const double d = Distance(at, last);
-                    if (d < spacing && !back) {
-                        if (d / spacing > kSpacingLow)
-                            break;
-                        // A step too small to move the parameter would never end.
-                        if (t + dt == t) {
-                            done = true;
-                            break;
-                        }
-                        t += dt;
-                        ++n;
-                        forward = true;
-                        if (t > 1.0) {
-                            done = true;
-                            break;
-                        }
-                        continue;
-                    }
-                    if (d > spacing && !forward) {
-                        if (d / spacing < kSpacingHigh || t <= 0.0 || t - dt == t)
-                            break;
-                        t -= dt;
-                        --n;
-                        back = true;
-                        continue;
-                    }
-                    break;
-                }
-                if (done)
-                    break;
-                first = false;
-                lay(at, samples.Size(width, index, t));
-                last = at;
-                // The steps keep the size that worked.
-                t += static_cast<double>(n) * dt;
-                done = t >= 1.0;
-            }
+        if (lays) {
+            if (LProcessResult r = PlaceStamps(
+                    process, segments, spacing,
+                    [&](KVPoint at, unsigned long index, double t) {
+                        lay(at, samples.Size(width, index, t));
+                    }))
+                return r;
         }
         painter.Flush();
         if (laid)

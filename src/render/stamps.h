@@ -5,8 +5,12 @@
 // each is turned. The specks come from rand(), which the program seeds once
 // at start-up: two strokes are never alike, and nothing compares them.
 
+#include <functional>
+
 #include "foundation/color.h"
 #include "foundation/geometry.h"
+#include "foundation/process.h"
+#include "target/render_image.h"
 #include "target/render_types.h"
 
 class LGraphicsPath;
@@ -24,6 +28,17 @@ void IncrementFloat(float& x, float step, float size);
 // path and alpha 255, and leave `spacing` as the caller set it.
 LGuiColorAlpha GetStamp(LGraphicsPath& path, float& spacing, const LGuiColor& colour, float width,
                         KVBrushType type);
+
+// Where the stamps of a path fall: the first at the start of its first
+// segment, each next one the spacing away from the last in a straight line,
+// within 5 % where the curve allows. `place` is called with the point, the index of its segment
+// and the parameter there. The parameter step is found once per segment,
+// fine enough at the segment's ends that a step moves the point by at most
+// a fifteenth of the spacing; a step that worked is kept for the next
+// stamp. A segment of no length lays at most one stamp. 1 when the process
+// asks to stop.
+LProcessResult PlaceStamps(LProcessInterface& process, KVSegments segments, float spacing,
+                           const std::function<void(KVPoint, unsigned long, double)>& place);
 
 // Every pixel of a format-0 picture that is not transparent takes the
 // colour and keeps its alpha: a stamp's alpha is its shape. The picture
