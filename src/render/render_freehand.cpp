@@ -22,6 +22,7 @@ namespace {
 constexpr double kPressureBase = 512.0;
 // The stamp of the pen and calligraphy pens: half the diagonal of a square `size` across.
 constexpr float kInverseSqrt2 = 1.0f / 1.4142135f;
+
 // The pressure levels of a stroke, one per curve point; none without a
 // device maximum. Reads past the last level take the last, so a path with
 // fewer levels than points still draws.
@@ -112,7 +113,7 @@ void ScaleAlpha(LImageBuffer& layer, float alpha) {
             const unsigned a = p[3];
             if (a == 0)
                 continue;
-            const auto scaled = static_cast<unsigned>(Round(a / 255.0f * alpha * 255.0f));
+            const auto scaled = static_cast<unsigned>(Round(a * alpha));
             // Premultiplied: the colour keeps its hue as the alpha falls.
             for (int i = 0; i < 3; ++i)
                 p[i] = static_cast<unsigned char>((p[i] * scaled + a / 2) / a);

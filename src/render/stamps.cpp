@@ -270,6 +270,12 @@ LProcessResult PlaceStamps(LProcessInterface& process, KVSegments segments, floa
                 if (tries % kStopCheckTries == 0 && process.IsToStop())
                     return LProcessResultStopped;
                 at = curve.At(t);
+                // A point of no number is no place for a stamp, and no
+                // distance from it can be measured: the segment is given up.
+                if (!std::isfinite(at.x) || !std::isfinite(at.y)) {
+                    done = true;
+                    break;
+                }
                 if (first)
                     break;
                 const double d = Distance(at, last);

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -223,6 +224,19 @@ TEST(StampPlaces, ASegmentOfNoLengthLaysOneStampAndThenNothing) {
     ASSERT_GT(placed.size(), 2u);
     EXPECT_FLOAT_EQ(placed.back().at.x, 20);
     EXPECT_GT(placed[placed.size() - 2].at.x, 9);
+}
+
+TEST(StampPlaces, ACurveThatRunsOffToNoNumberIsLeftOut) {
+    LList<KVDrawCoordBezierSegment> segments;
+    const float inf = std::numeric_limits<float>::infinity();
+    segments.PushBack(new KVDrawCoordBezierSegment({0, 0}, {inf, 0}, {10, 0}, {10, 0}));
+    segments.PushBack(new KVDrawCoordBezierSegment({10, 0}, {10, 0}, {20, 0}, {20, 0}));
+    const std::vector<Placed> placed = Place(segments, 1.0f);
+    ASSERT_FALSE(placed.empty());
+    for (const Placed& p : placed) {
+        EXPECT_EQ(p.index, 1u);
+        EXPECT_TRUE(std::isfinite(p.at.x));
+    }
 }
 
 TEST(StampPlaces, AStopLaysNothing) {
