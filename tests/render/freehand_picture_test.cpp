@@ -189,19 +189,9 @@ TEST(FreehandPicture, EveryBrushCapAndEraserShows) {
     // Every shaped end reaches past its line's end.
     for (int row = 0; row < 4; ++row)
         EXPECT_GT(g.Inked(262, 410 + row * 35, 275, 425 + row * 35), 0) << "cap " << row + 4;
+    // The erase strokes, hard, soft and moved, are measured on their own elsewhere.
     EXPECT_EQ(g.eraser, LProcessResultOk);
-    // The hard stroke paints the paper across both shapes, the moved one
-    // where its element took it; the soft one fades at its edge.
     EXPECT_TRUE(g.IsPaper(400, 445));
-    EXPECT_TRUE(g.IsPaper(550, 447));
-    EXPECT_TRUE(g.IsPaper(565, 520));
-    EXPECT_EQ(g.At(365, 520).red, 220);
-    // Green is the paper's and not the rectangle's: the soft stroke's middle
-    // is close to the paper, its edge between the two.
-    const int middle = g.At(400, 492).green, edge = g.At(400, 506).green;
-    EXPECT_GT(middle, 150);
-    EXPECT_GT(edge, 45);
-    EXPECT_LT(edge, middle - 30);
 }
 
 TEST(FreehandPicture, PenAgreesWithAnIndependentRenderer) {

@@ -75,6 +75,7 @@ TEST(Stamps, EachBrushHasItsSpacingAndAlpha) {
         {KVBrushMarker, 10, 0.5f, 255, false, "a plain stroke"},
         {KVBrushCrayon, 20, 0.5f, 255, false, "only its two passes have stamps"},
         {KVBrushSpray, 0, 0.5f, 255, false, "no width, no specks"},
+        {KVBrushSpray, 0.05f, 3.75f, 42, true, "too thin to jitter, and no division by zero"},
     };
     for (const Case& c : cases) {
         std::srand(3);
