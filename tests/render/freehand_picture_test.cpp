@@ -16,6 +16,7 @@
 #include "foundation/line_style.h"
 #include "imaging/image_painter.h"
 #include "render/render_image_buffer.h"
+#include "support/ink.h"
 #include "support/svg_oracle.h"
 #include "target/draw_path.h"
 #include "target/effects.h"
@@ -87,10 +88,7 @@ LProcessResult DrawPassOfTheCrayon(KVRenderImageBuffer& target, int type, const 
 }
 
 KVEraserStroke Eraser(std::initializer_list<KVPoint> points, float width, unsigned long softness) {
-    KVDrawPath path(kWidth, kHeight, nullptr);
-    for (const KVPoint& p : points)
-        path.AddCoord(new KVDrawCoord(p.x, p.y));
-    return KVEraserStroke(path, width, softness, LGuiColorAlpha(kPaper.red, kPaper.green, kPaper.blue, 255));
+    return kvtest::EraserAlong(points, width, softness, kPaper);
 }
 
 struct Gallery {

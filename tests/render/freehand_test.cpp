@@ -17,6 +17,7 @@
 #include "foundation/line_style.h"
 #include "imaging/image_painter.h"
 #include "render/render_image_buffer.h"
+#include "support/ink.h"
 #include "target/draw_path.h"
 
 namespace {
@@ -74,24 +75,9 @@ struct Picture {
     int Alpha(int x, int y) { return At(x, y)[3]; }
 };
 
-struct Ink {
-    int x1 = kWidth, y1 = kHeight, x2 = -1, y2 = -1;
-    bool Any() const { return x2 >= 0; }
-    int Height() const { return Any() ? y2 - y1 + 1 : 0; }
-};
+using kvtest::Ink;
 
-Ink FindInk(Picture& p, int threshold = 0) {
-    Ink ink;
-    for (int y = 0; y < kHeight; ++y)
-        for (int x = 0; x < kWidth; ++x)
-            if (p.Alpha(x, y) > threshold) {
-                ink.x1 = std::min(ink.x1, x);
-                ink.y1 = std::min(ink.y1, y);
-                ink.x2 = std::max(ink.x2, x);
-                ink.y2 = std::max(ink.y2, y);
-            }
-    return ink;
-}
+Ink FindInk(Picture& p, int threshold = 0) { return kvtest::FindInk(p.target.GetImage(), threshold); }
 
 // Over the band the stroke's width covers between its ends: the share of
 // pixels with any ink, and the mean alpha of those.
@@ -194,14 +180,14 @@ TEST(FreehandStroke, APointLaysOneStampAndTheFirstStampFallsAtTheStart) {
     Picture pen(KVBrushRoundPen, 20, &even, kInk, dot);
     Ink ink = FindInk(pen, 127);
     // One disc of the width's half diagonal, 14.1 pixels, on the point.
-    EXPECT_NEAR(ink.x2 - ink.x1 + 1, 14.1, 1.5);
+    EXPECT_NEAR(ink.Width(), 14.1, 1.5);
     EXPECT_NEAR((ink.x1 + ink.x2) / 2.0, 60, 0.5);
     EXPECT_NEAR((ink.y1 + ink.y2) / 2.0, 40, 0.5);
 
     Picture brush(KVBrushPaintbrush, 20, nullptr, kInk, dot);
     ink = FindInk(brush);
-    EXPECT_LE(ink.x2 - ink.x1 + 1, 21) << "one stamp picture, 21 pixels square";
-    EXPECT_LE(ink.y2 - ink.y1 + 1, 21);
+    EXPECT_LE(ink.Width(), 21) << "one stamp picture, 21 pixels square";
+    EXPECT_LE(ink.Height(), 21);
 
     // Along a run the first stamp lies on its start: half a stamp before it.
     Picture run(KVBrushRoundPen, 20, &even);
@@ -312,11 +298,7 @@ struct ErasedRectangle {
 };
 
 KVEraserStroke Stroke(std::initializer_list<KVPoint> points, float width, unsigned long softness) {
-    KVDrawPath path(kWidth, kHeight, nullptr);
-    for (const KVPoint& p : points)
-        path.AddCoord(new KVDrawCoord(p.x, p.y));
-    return KVEraserStroke(path, width, softness,
-                          LGuiColorAlpha(kPaper.red, kPaper.green, kPaper.blue, 255));
+    return kvtest::EraserAlong(points, width, softness, kPaper);
 }
 
 } // namespace

@@ -15,6 +15,7 @@
 #include "foundation/line_style.h"
 #include "render/line_cap.h"
 #include "render/render_image_buffer.h"
+#include "support/ink.h"
 
 namespace {
 
@@ -33,26 +34,8 @@ LPixelColour Pixel(KVRenderImageBuffer& t, int x, int y) {
     return LPixelColour(p[2], p[1], p[0], p[3]);
 }
 
-struct Ink {
-    int x1 = 1 << 30, y1 = 1 << 30, x2 = -1, y2 = -1;
-    bool Any() const { return x2 >= 0; }
-};
-
-// Pixels whose alpha is above the threshold.
-Ink FindInk(const LImageBuffer& image, int threshold = 0) {
-    Ink box;
-    for (int y = 0; y < image.height; ++y) {
-        const unsigned char* row = image.GetPictureRow(y);
-        for (int x = 0; x < image.width; ++x)
-            if (row[x * 4 + 3] > threshold) {
-                box.x1 = std::min(box.x1, x);
-                box.y1 = std::min(box.y1, y);
-                box.x2 = std::max(box.x2, x);
-                box.y2 = std::max(box.y2, y);
-            }
-    }
-    return box;
-}
+using kvtest::Ink;
+using kvtest::FindInk;
 
 Ink FindInk(KVRenderImageBuffer& t, int threshold = 0) {
     t.Flush();
