@@ -51,13 +51,16 @@ double Distance(KVPoint a, KVPoint b) {
     return std::hypot(static_cast<double>(a.x) - b.x, static_cast<double>(a.y) - b.y);
 }
 
-
 // A speck's offset in tenths of a pixel below `range` / 10, so that the
 // specks of a grid never line up. A range of nothing has no offset rather
 // than a division by zero.
 float Jitter(int range) {
     return range > 0 ? static_cast<float>(std::rand() % range) / 10.0f : 0.0f;
 }
+
+// The jitter's range for a grid step: offsets up to a step, in tenths.
+// Bounded, so that a stamp of any width has a range an int holds.
+int JitterRange(float step) { return static_cast<int>(std::clamp(step * 10.0f, 0.0f, 1e9f)); }
 
 float AsFloat(long v) { return static_cast<float>(v); }
 
@@ -72,7 +75,7 @@ unsigned char CutAlpha(double alpha) {
 unsigned char SprayStamp(LGraphicsPath& path, float& spacing, float width) {
     const float step = width / 10.0f, r = width / 2.0f;
     spacing = 3.75f;
-    const int range = static_cast<int>(step * 10.0f);
+    const int range = JitterRange(step);
     for (float y = -r; y <= r; IncrementFloat(y, step, width))
         for (float x = -r; x <= r; IncrementFloat(x, step, width)) {
             if (x * x + y * y > r * r)
@@ -82,14 +85,14 @@ unsigned char SprayStamp(LGraphicsPath& path, float& spacing, float width) {
             path.AddRectangle(AsFloat(Round(x - 0.5f + j1 - 0.5f)),
                               AsFloat(Round(y - 0.5f + j2 - 0.5f)), side, side);
         }
-    const int alpha = static_cast<int>(width * 0.8533 + 42.66);
-    return alpha < 256 ? static_cast<unsigned char>(alpha) : 255;
+    const double alpha = width * 0.8533 + 42.66;
+    return alpha < 256 ? static_cast<unsigned char>(static_cast<int>(alpha)) : 255;
 }
 
 unsigned char SmearStamp(LGraphicsPath& path, float& spacing, float width) {
     const float u = width / 10.0f, step = u * 0.75f, half = u * 0.5f, r = width / 2.25f;
     spacing = half / 1.5f;
-    const int range = static_cast<int>(step * 10.0f);
+    const int range = JitterRange(step);
     const float side = AsFloat(Round(u));
     for (float y = -r; y <= r; y += step)
         for (float x = -r; x <= r; x += step) {
@@ -116,7 +119,7 @@ unsigned char PaintbrushStamp(LGraphicsPath& path, float& spacing, float width) 
     }
     const float half = width / 2.0f;
     spacing = 0.6666667f;
-    const int range = static_cast<int>(k * 10.0f);
+    const int range = JitterRange(k);
     const float side = AsFloat(Round(2.0));
     for (float y = -half; y <= half; y += k)
         for (float x = -half; x <= half; x += k) {
@@ -128,7 +131,7 @@ unsigned char PaintbrushStamp(LGraphicsPath& path, float& spacing, float width) 
         }
     double alpha = width > 100.0f ? 8.0 : static_cast<double>(Round(width * -0.2133 + 29.33));
     if (scaled) {
-        alpha = static_cast<double>(Round(alpha / s));
+        alpha = static_cast<double>(Round(std::min(alpha / s, 255.0)));
         path.Scale(s, s);
     }
     return CutAlpha(alpha);

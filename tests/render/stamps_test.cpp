@@ -76,6 +76,8 @@ TEST(Stamps, EachBrushHasItsSpacingAndAlpha) {
         {KVBrushCrayon, 20, 0.5f, 255, false, "only its two passes have stamps"},
         {KVBrushSpray, 0, 0.5f, 255, false, "no width, no specks"},
         {KVBrushSpray, 0.05f, 3.75f, 42, true, "too thin to jitter, and no division by zero"},
+        {KVBrushSpray, 1e12f, 3.75f, 255, true, "wider than any int"},
+        {KVBrushPaintbrush, 1e-6f, 0.6666667f, 255, true, "so small its alpha is cut"},
     };
     for (const Case& c : cases) {
         std::srand(3);
