@@ -37,7 +37,8 @@ struct Wave {
         for (int i = 0; i < 4; ++i) {
             const float x = left + i * step, sign = i % 2 ? -1.0f : 1.0f;
             segments.PushBack(new KVDrawCoordBezierSegment(
-                {x, middle}, {x + step / 3, middle - 13 * sign}, {x + 2 * step / 3, middle - 13 * sign},
+                {x, middle}, {x + step / 3, middle - 13 * sign},
+                {x + 2 * step / 3, middle - 13 * sign},
                 {x + step, middle}));
         }
     }

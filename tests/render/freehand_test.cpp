@@ -63,7 +63,8 @@ struct Picture {
 
     Picture() { target.Clear(LPixelColour()); }
     Picture(int type, float width, const KVPressure* pressure = nullptr,
-            LGuiColorAlpha colour = kInk, const Straight& run = Straight(), unsigned char blur = 0) {
+            LGuiColorAlpha colour = kInk, const Straight& run = Straight(),
+            unsigned char blur = 0) {
         target.Clear(LPixelColour());
         std::srand(11);
         LProcessInterfaceVoid v;
@@ -77,7 +78,9 @@ struct Picture {
 
 using kvtest::Ink;
 
-Ink FindInk(Picture& p, int threshold = 0) { return kvtest::FindInk(p.target.GetImage(), threshold); }
+Ink FindInk(Picture& p, int threshold = 0) {
+    return kvtest::FindInk(p.target.GetImage(), threshold);
+}
 
 // Over the band the stroke's width covers between its ends: the share of
 // pixels with any ink, and the mean alpha of those.

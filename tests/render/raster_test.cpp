@@ -251,7 +251,8 @@ TEST(RasterPath, DispatchByBrushAndWidth) {
         EXPECT_EQ(draw(type, 2, nullptr).first, LProcessResultError) << "type " << type;
     // Stamped brushes, and the pen with pressure, lay stamps.
     for (int type : {1, 2, 3, 4, 7, 9})
-        EXPECT_EQ(draw(type, 8, nullptr), std::make_pair(LProcessResultOk, true)) << "type " << type;
+        EXPECT_EQ(draw(type, 8, nullptr), std::make_pair(LProcessResultOk, true))
+            << "type " << type;
     pressure.maximum = 1024;
     pressure.count = 2;
     const long levels[2] = {512, 512};

@@ -194,7 +194,7 @@ TEST(StampPlaces, StampsFollowTheCurveAtTheirSpacing) {
             list.PushBack(new KVDrawCoordBezierSegment(s.start, s.control1, s.control2, s.end));
         const std::vector<Placed> placed = Place(list, c.spacing);
         ASSERT_GT(placed.size(), 1u) << c.what;
-        EXPECT_FLOAT_EQ(placed[0].at.x, c.segments[0].start.x) << c.what << ": the first at the start";
+        EXPECT_FLOAT_EQ(placed[0].at.x, c.segments[0].start.x) << c.what << ": first at the start";
         EXPECT_FLOAT_EQ(placed[0].at.y, c.segments[0].start.y) << c.what;
         for (size_t i = 1; i < placed.size(); ++i) {
             const double d = Distance(placed[i].at, placed[i - 1].at);
