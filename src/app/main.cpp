@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 
 #include <QApplication>
 
@@ -114,6 +115,8 @@ int main(int argc, char** argv) {
     std::setlocale(LC_ALL, "");
     // Numbers in files are written and read with a point, whatever the user's language.
     std::setlocale(LC_NUMERIC, "C");
+    // The specks of the stamped brushes: no two strokes alike, in no two runs.
+    std::srand(static_cast<unsigned>(std::time(nullptr)));
 
     const char* first = argc > 1 ? argv[1] : "";
     if (std::strcmp(first, "--help") == 0 || std::strcmp(first, "-h") == 0) {

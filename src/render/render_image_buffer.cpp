@@ -11,20 +11,13 @@
 #include "foundation/graphics_path.h"
 #include "foundation/line_style.h"
 #include "foundation/text_layout.h"
-#include "imaging/image_blur.h"
 #include "render/line_cap.h"
+#include "render/render_image_buffer_p.h"
 
 namespace {
 
 // How far a radial gradient reaches past its box, in box sizes.
 constexpr float kRadialReach = 1.701f;
-
-void AddSegments(LGraphicsPath& path, KVSegments segments) {
-    // Marked open from the start, so every segment joins the figure before it.
-    path.SetFigureOpen(true);
-    for (; segments; segments.Next())
-        path.AddBezier(segments->start, segments->control1, segments->control2, segments->end);
-}
 
 // Same result as a solid brush; the fill goes through the gradient code path
 // like every other fill.
@@ -297,12 +290,6 @@ void KVRenderImageBuffer::FinishTransform(bool flushChild) {
     child = nullptr;
 }
 
-LProcessResult KVRenderImageBuffer::EraserStroke(LProcessInterface& process,
-                                                 LListIterator<KVEraserStroke> strokes) {
-    // Cutting strokes out of the picture comes with the brushes.
-    return strokes ? KVRenderUnavailable(process, "Erase strokes") : LProcessResultOk;
-}
-
 KVBox KVRenderImageBuffer::GetFillBox(const KVBox& bounds, float lineWidth) {
     const float inset = lineWidth * 0.5f - 0.25f;
     const float shrink = lineWidth - 0.5f;
@@ -507,87 +494,10 @@ bool KVRenderImageBuffer::FastFillPath(const LGraphicsPath& path, const LGuiColo
     return true;
 }
 
-LProcessResult KVRenderImageBuffer::DrawPath(LProcessInterface& process, KVBrushType brushType,
-                                             KVSegments segments, const LLineStyle& style,
-                                             float width, LGuiColorAlpha colour,
-                                             const KVBox& bounds, unsigned char blurRadius,
-                                             const KVPressure* pressure) {
-    if (!HasSurface())
-        return LProcessResultError;
-    const int type = static_cast<int>(brushType);
-    const bool render = width <= 1.0f || ((type == 0 || type == 8) && !pressure);
-    if (render) {
-        const LProcessResult r = RenderPath(process, Surface(), segments, brushType, style,
-                                            width, colour, colour.alpha / 255.0f, blurRadius,
-                                            bounds);
-        // The stroke's layer.
-        Touch(bounds, 2.0f * blurRadius + std::fabs(width) + 1);
-        return r;
-    }
-    // Types above 9, and the two crayon passes that only the crayon reaches.
-    if (type > 9 || type == 5 || type == 6)
-        return LProcessResultError;
-    // The stamped brushes.
-    return KVRenderUnavailable(process, "Brush strokes of this kind");
-}
-
-LProcessResult KVRenderImageBuffer::RenderPath(LProcessInterface& process, LPaintContext& surface,
-                                               KVSegments segments, KVBrushType brushType,
-                                               const LLineStyle& style, float width,
-                                               LGuiColorAlpha colour, float alpha,
-                                               unsigned char blurRadius, const KVBox& bounds) {
-    const long w = Round(bounds.GetWidth() + 2 * width) + 4 * blurRadius;
-    const long h = Round(bounds.GetHeight() + 2 * width) + 4 * blurRadius;
-    LImageBuffer layer;
-    if (w > 0 && h > 0 && w <= 32767 && h <= 32767)
-        LImage::New(layer, static_cast<int>(w), static_cast<int>(h), LPixelFormatB8G8R8A8);
-    if (!layer.IsValid()) {
-        process.SetError("The stroke is too large to draw.");
-        return LProcessResultError;
-    }
-    // Transparent: with premultiplied pixels a blur then mixes only the
-    // stroke's own colour at its edge, never black, and nothing outside the
-    // stroke adds to the picture below.
-    layer.Clear(LPixelColour());
-    {
-        LImageBufferPainter layerPainter(layer);
-        if (!layerPainter.IsValid())
-            return LProcessResultError;
-        layerPainter.context.antialias = true;
-        LGraphicsPath path;
-        AddSegments(path, segments);
-        path.Translate(2.0f * blurRadius - bounds.x1 + width, 2.0f * blurRadius - bounds.y1 + width);
-        LGuiColorAlpha c = colour;
-        c.alpha = static_cast<unsigned char>(std::clamp<long>(Round(alpha * 255.0f), 0, 255));
-        LLineStyle stroke = style;
-        if (brushType == KVBrushRoundPen)
-            stroke.startCap = stroke.endCap = LLineCapRound;
-        LPaintSurface::DrawPath(layerPainter.context, LGuiSolidBrush(c), path, width, &stroke);
-        layerPainter.Flush();
-    }
-    if (blurRadius > 0) {
-        process.SetProgress(0.1);
-        LProcessInterfaceSubProcess sub(process, 0.1, 0.8);
-        LImageBlurSettings settings(layer, blurRadius);
-        const LProcessResult r = Process(sub, settings);
-        if (r != LProcessResultOk)
-            return r;
-    }
-    LPaintPixels pixels;
-    pixels.data = layer.GetPictureRow(0);
-    pixels.width = layer.width;
-    pixels.height = layer.height;
-    pixels.stride = layer.GetPictureRowStep();
-    LPaintSurface::DrawImage(surface, pixels, bounds.x1 - 2.0f * blurRadius - width,
-                             bounds.y1 - 2.0f * blurRadius - width, static_cast<float>(layer.width),
-                             static_cast<float>(layer.height), 1.0f, LPaintInterpolationLinear);
-    return LProcessResultOk;
-}
-
 LProcessResult KVRenderImageBuffer::FillPathWith(KVSegments segments, const LGuiBrush& fill,
                                                  float lineWidth, LGuiColor lineColour) {
     LGraphicsPath path;
-    AddSegments(path, segments);
+    KVAddSegments(path, segments);
     LPaintSurface::FillPath(Surface(), fill, path);
     if (lineWidth > 0) {
         LLineStyle style;
@@ -627,12 +537,7 @@ LProcessResult KVRenderImageBuffer::DrawImage(LProcessInterface& process,
         process.SetError("The picture has no pixels of 8-bit colour and alpha to draw.");
         return LProcessResultError;
     }
-    LPaintPixels pixels;
-    pixels.data = picture.GetPictureRow(0);
-    pixels.width = picture.width;
-    pixels.height = picture.height;
-    pixels.stride = picture.GetPictureRowStep();
-    LPaintSurface::DrawImage(Surface(), pixels, static_cast<float>(x), static_cast<float>(y),
+    LPaintSurface::DrawImage(Surface(), KVPaintPixels(picture), static_cast<float>(x), static_cast<float>(y),
                              static_cast<float>(width), static_cast<float>(height), 1.0f,
                              LPaintInterpolationLinear);
     Touch(KVBox(static_cast<float>(std::min(x, x + width)), static_cast<float>(std::min(y, y + height)),

@@ -202,6 +202,16 @@ public:
                                      const LLineStyle& style, float width, LGuiColorAlpha colour,
                                      float alpha, unsigned char blurRadius, const KVBox& bounds);
 
+    // A freehand path as stamps along its curve (every brush but the plain
+    // pen and the marker), on a layer of its own placed on `surface`:
+    // `alpha` (0 to 1) is the stroke's, over stamps that may overlap;
+    // `black` lays them in black, as a shadow does; pressure sizes the
+    // stamps of the pen and the calligraphy pens.
+    static LProcessResult StampPath(LProcessInterface& process, LPaintContext& surface,
+                                    KVSegments segments, KVBrushType brushType, float width,
+                                    LGuiColorAlpha colour, float alpha, unsigned char blurRadius,
+                                    const KVBox& bounds, bool black, const KVPressure* pressure);
+
     // The brush of a gradient record over a box; false when none was made.
     static bool CreateGradient(LPtr<LGuiBrush>& brush, const KVGradient& gradient,
                                const KVBox& box);

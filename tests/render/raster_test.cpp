@@ -15,6 +15,7 @@
 #include "foundation/line_style.h"
 #include "render/line_cap.h"
 #include "render/render_image_buffer.h"
+#include "support/ink.h"
 
 namespace {
 
@@ -33,26 +34,8 @@ LPixelColour Pixel(KVRenderImageBuffer& t, int x, int y) {
     return LPixelColour(p[2], p[1], p[0], p[3]);
 }
 
-struct Ink {
-    int x1 = 1 << 30, y1 = 1 << 30, x2 = -1, y2 = -1;
-    bool Any() const { return x2 >= 0; }
-};
-
-// Pixels whose alpha is above the threshold.
-Ink FindInk(const LImageBuffer& image, int threshold = 0) {
-    Ink box;
-    for (int y = 0; y < image.height; ++y) {
-        const unsigned char* row = image.GetPictureRow(y);
-        for (int x = 0; x < image.width; ++x)
-            if (row[x * 4 + 3] > threshold) {
-                box.x1 = std::min(box.x1, x);
-                box.y1 = std::min(box.y1, y);
-                box.x2 = std::max(box.x2, x);
-                box.y2 = std::max(box.y2, y);
-            }
-    }
-    return box;
-}
+using kvtest::Ink;
+using kvtest::FindInk;
 
 Ink FindInk(KVRenderImageBuffer& t, int threshold = 0) {
     t.Flush();
@@ -263,10 +246,20 @@ TEST(RasterPath, DispatchByBrushAndWidth) {
     EXPECT_EQ(draw(7, 1.0f, nullptr), std::make_pair(LProcessResultOk, true));
     EXPECT_EQ(draw(3, 0.5f, &pressure), std::make_pair(LProcessResultOk, true));
     EXPECT_EQ(draw(8, 3, nullptr), std::make_pair(LProcessResultOk, true));
-    // Types only the crayon reaches, unknown types, and stamped brushes.
-    for (int type : {5, 10, 1, 7})
+    // Types only the crayon reaches, and types no brush has.
+    for (int type : {5, 6, 10, -1})
         EXPECT_EQ(draw(type, 2, nullptr).first, LProcessResultError) << "type " << type;
-    EXPECT_EQ(draw(0, 3, &pressure).first, LProcessResultError);
+    // Stamped brushes, and the pen with pressure, lay stamps.
+    for (int type : {1, 2, 3, 4, 7, 9})
+        EXPECT_EQ(draw(type, 8, nullptr), std::make_pair(LProcessResultOk, true))
+            << "type " << type;
+    pressure.maximum = 1024;
+    pressure.count = 2;
+    const long levels[2] = {512, 512};
+    pressure.levels.Append(levels, 2);
+    EXPECT_EQ(draw(0, 3, &pressure), std::make_pair(LProcessResultOk, true));
+    // A marker with pressure reaches the stamps, which have none for it.
+    EXPECT_EQ(draw(8, 3, &pressure), std::make_pair(LProcessResultOk, false));
 }
 
 TEST(RasterPath, StrokeLayerLandsOnThePathEvenBlurred) {
