@@ -99,6 +99,11 @@ public:
 void KVSetShapeWidgetFactory(KVShapeWidgetFactory* factory);
 KVShapeWidgetFactory* KVGetShapeWidgetFactory();
 
+// Writes the effects present beside the element just drawn, on targets that
+// keep them as tags (the vector back ends); absent ones are null.
+void KVTagEffects(KVRenderImage& target, const KVDropShadow* shadow, const KVBevelEmboss* bevel,
+                  const KVGlow* innerGlow, const KVGlow* outerGlow);
+
 // The shared body of the four box shapes. P is the kind's record.
 template <class P> class KVBoxShapeElement : public KVElementWithProperties<P> {
 public:
