@@ -248,6 +248,42 @@ TEST(FreehandKinds, ANewStrokeIsThinnedOnceAndThePanelKeepsItsPath) {
     EXPECT_EQ(r.strokes.GetCount(), 1u);
 }
 
+struct RecordingPathFactory : KVPathWidgetFactory {
+    KVElementWidget* MakePathWidget(KVElement*, int border, const LBoundingBox2T<float>& box,
+                                    const KVDrawPath* path, float width) override {
+        made.push_back({border, box, path ? path->GetCoords().GetCount() : 0, width});
+        return nullptr;
+    }
+    struct Made {
+        int border;
+        LBoundingBox2T<float> box;
+        unsigned long points;
+        float width;
+    };
+    std::vector<Made> made;
+};
+
+TEST(FreehandKinds, WidgetsComeFromTheInstalledFactoryWithTheStrokesFrame) {
+    EXPECT_EQ(KVPencilElement().GetWidget(), nullptr); // headless: no factory, no widget
+    RecordingPathFactory factory;
+    KVSetPathWidgetFactory(&factory);
+    KVBrushElementProperties brush = WithStroke(KVBrushElementProperties());
+    brush.width = 7.5f;
+    KVBrushElement(brush).GetWidget();
+    KVPenElementProperties pen = WithStroke(KVPenElementProperties());
+    pen.width = 12;
+    KVPenElement(pen).GetWidget();
+    KVSprayElement().GetWidget();
+    KVSetPathWidgetFactory(nullptr);
+    ASSERT_EQ(factory.made.size(), 3u);
+    EXPECT_EQ(factory.made[0].border, 8); // round(7.5)
+    EXPECT_EQ(factory.made[0].box, KVBrushElement(brush).GetPathDimensions());
+    EXPECT_EQ(factory.made[0].points, 4u);
+    EXPECT_FLOAT_EQ(factory.made[0].width, 7.5f);
+    EXPECT_EQ(factory.made[1].border, 1); // a pen's frame hugs the path
+    EXPECT_EQ(factory.made[2].points, 0u);
+}
+
 // ---------------------------------------------------------------- editing
 
 struct FakePathWidget : KVElementWidget, KVPathWidgetGeometry {
