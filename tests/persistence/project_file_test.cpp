@@ -480,4 +480,44 @@ TEST_F(ProjectFileTest, OlderStrokeFormsStillLoad) {
     EXPECT_FLOAT_EQ(p1->afterX, 10.0f);                 // no segment leaves it
 }
 
+// A simple path lives only inside a picture element; its own fields still
+// come back as they went, and its outline is made again from the points.
+TEST_F(ProjectFileTest, ASimplePathsFieldsComeBackAsWritten) {
+    auto write = [this](KVElement& e, const char* name) {
+        const std::string path = dir.File(name);
+        LOutputStreamFile stream;
+        stream.Open(path.c_str());
+        KVSDFWriter w;
+        w.Open(stream, kKVProjectFormatId, 0);
+        w.StartContainer(KVChunkElement);
+        EXPECT_EQ(e.WriteSDF(process, w), LProcessResultOk);
+        w.EndContainer(KVChunkElement);
+        w.Close();
+        stream.Close();
+        return path;
+    };
+    KVSimplePathElementProperties p;
+    p.colour = LGuiColorAlpha(5, 6, 7, 8);
+    KVDrawPath points(50, 40, nullptr);
+    for (auto [x, y] : std::vector<std::pair<float, float>>{{1, 2}, {30, 2}, {30, 35}})
+        points.AddCoord(new KVDrawCoord(x, y));
+    p.SetPath(points);
+    KVSimplePathElement original(p);
+    const std::string first = write(original, "simple-a");
+
+    KVSimplePathElement read;
+    LInputStreamFile stream;
+    ASSERT_TRUE(stream.Open(first.c_str()));
+    KVSDFReader reader;
+    ASSERT_TRUE(reader.Open(stream, kKVProjectFormatId));
+    for (KVSDFIterator it(reader, reader.GetRootChunk()); it.IsValid(); it.Next()) {
+        if (it.Get().id == KVChunkElement) {
+            EXPECT_EQ(read.ReadSDF(reader, it.Get()), LProcessResultOk);
+        }
+    }
+    EXPECT_EQ(ReadAll(first), ReadAll(write(read, "simple-b")));
+    EXPECT_EQ(read.GetProperties().outline.GetBounds(), LBoundingBox2T<float>(1, 2, 30, 35));
+    EXPECT_EQ(read.GetProperties().path.GetHeight(), 40u);
+}
+
 } // namespace
