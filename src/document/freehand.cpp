@@ -24,8 +24,7 @@ unsigned char BlurByte(int softness, float width) {
     const double v = static_cast<double>(softness) * width / 100.0;
     if (!std::isfinite(v))
         return 0;
-    const double bounded = std::fmax(-1.0e9, std::fmin(1.0e9, v));
-    return static_cast<unsigned char>(static_cast<long>(Round(bounded)) & 0xFF);
+    return static_cast<unsigned char>(Round(std::fmax(-1.0e9, std::fmin(1.0e9, v))) & 0xFF);
 }
 
 // Where the path widget's box and the element's differ, the factor that maps
@@ -365,12 +364,7 @@ void KVPenElement::ApplyPanel(P& p, const P& panel) const {
     p.width = panel.width;
     p.colour = panel.colour;
     p.joinStyle = panel.joinStyle;
-    if (panel.gradient)
-        p.SetGradient(*panel.gradient);
-    else if (panel.fill)
-        p.SetFill(*panel.fill);
-    else
-        p.RemoveFill();
+    p.TakeFill(panel);
     p.shadow = panel.shadow;
     p.bevel = panel.bevel;
 }

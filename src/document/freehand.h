@@ -71,7 +71,6 @@ struct KVPenElementProperties : KVDrawElementBaseProperties,
     LGuiColorAlpha colour{255, 255, 255, 255};
     // Panel "Join Style"; the join of LLineStyle.
     int joinStyle = 2;
-    bool IsFilled() const { return fill || gradient; }
 };
 
 struct KVSimplePathElementProperties : KVErasableProperties {

@@ -240,12 +240,7 @@ template <class P> void KVBoxShapeElement<P>::SetPropertiesFromPanel(const P& pa
 template <class P> void KVBoxShapeElement<P>::ApplyPanel(P& p, const P& panel) const {
     p.lineColour = panel.lineColour;
     p.lineWidth = panel.lineWidth;
-    if (panel.gradient)
-        p.SetGradient(*panel.gradient);
-    else if (panel.fill)
-        p.SetFill(*panel.fill);
-    else
-        p.RemoveFill();
+    p.TakeFill(panel);
     p.shadow = panel.shadow;
     p.bevel = panel.bevel;
     p.innerGlow = panel.innerGlow;

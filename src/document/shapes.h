@@ -26,7 +26,6 @@ struct KVBoxShapeProperties : KVShadowProperties,
     // turn with the rotation.
     void SetBounds(const LBoundingBox2T<float>& box);
     void SetRotationDegrees(float degrees);
-    bool IsFilled() const { return fill || gradient; }
     LPointTemplate<float> GetCentre() const;
 };
 
