@@ -248,6 +248,26 @@ TEST(FreehandKinds, ANewStrokeIsThinnedOnceAndThePanelKeepsItsPath) {
     EXPECT_EQ(r.strokes.GetCount(), 1u);
 }
 
+TEST(FreehandKinds, APenTakesItsPanelsFillAndEffects) {
+    KVPenElementProperties own = WithStroke(KVPenElementProperties());
+    own.SetShadow(KVDropShadow());
+    own.SetFill(LGuiColorAlpha(1, 1, 1, 255));
+    KVPenElement pen(own);
+    KVPenElementProperties panel;
+    panel.penType = KVBrushCalligraphyReverse;
+    panel.joinStyle = 0;
+    panel.SetGradient(KVGradient());
+    panel.SetBevelEmboss(KVBevelEmboss());
+    pen.SetPropertiesFromPanel(panel, false);
+    const KVPenElementProperties r = pen.GetProperties();
+    EXPECT_EQ(r.penType, KVBrushCalligraphyReverse);
+    EXPECT_EQ(r.joinStyle, 0);
+    EXPECT_TRUE(r.gradient && !r.fill);
+    EXPECT_TRUE(r.bevel && !r.shadow); // what the panel lacks goes
+    EXPECT_EQ(PointsOf(r).size(), 4u);
+    ASSERT_TRUE(r.path->GetPressure());
+}
+
 struct RecordingPathFactory : KVPathWidgetFactory {
     KVElementWidget* MakePathWidget(KVElement*, int border, const LBoundingBox2T<float>& box,
                                     const KVDrawPath* path, float width) override {
