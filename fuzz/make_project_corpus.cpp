@@ -7,6 +7,7 @@
 #include <iterator>
 #include <string>
 
+#include "document/freehand.h"
 #include "document/shapes.h"
 #include "persistence/project_file.h"
 
@@ -54,6 +55,34 @@ void AddShapes(KVImage& image, KVLayer* layer, bool effects) {
     image.AddNewElement(new KVLineElement(l), layer, false, false);
 }
 
+// Every stroke kind once, fitted, with an erase stroke on the pen.
+void AddStrokes(KVImage& image, KVLayer* layer) {
+    auto stroke = [](auto p, float y) {
+        p.path.Set(new KVDrawPath(200, 100, nullptr));
+        for (int i = 0; i < 6; ++i)
+            p.path->AddCoord(new KVDrawCoord(10.0f + 30.0f * i, y + ((i % 2) ? 15.0f : 0.0f)));
+        InterpolateDrawPath(*p.path, p.curviness, false);
+        return p;
+    };
+    KVPenElementProperties pen = stroke(KVPenElementProperties(), 5);
+    pen.SetFill(LGuiColorAlpha(1, 2, 3, 255));
+    pen.SetShadow(KVDropShadow());
+    pen.SetBevelEmboss(KVBevelEmboss());
+    pen.AddEraserStroke(KVEraserStroke(KVDrawPath(200, 100, nullptr), 5, 20, {}));
+    image.AddNewElement(new KVPenElement(pen), layer, false, false);
+    image.AddNewElement(new KVPencilElement(stroke(KVPencilElementProperties(), 20)), layer, false,
+                        false);
+    image.AddNewElement(new KVCrayonElement(stroke(KVCrayonElementProperties(), 35)), layer, false,
+                        false);
+    image.AddNewElement(new KVMarkerElement(stroke(KVMarkerElementProperties(), 50)), layer, false,
+                        false);
+    KVBrushElementProperties brush = stroke(KVBrushElementProperties(), 65);
+    brush.softness = 40;
+    image.AddNewElement(new KVBrushElement(brush), layer, false, false);
+    image.AddNewElement(new KVSprayElement(stroke(KVSprayElementProperties(), 80)), layer, false,
+                        false);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -63,11 +92,15 @@ int main(int argc, char** argv) {
     }
     const std::string folder = argv[1];
     LProcessInterfaceVoid process;
-    for (int variant = 0; variant < 2; ++variant) {
+    // 0 and 1: shapes, 2: freehand strokes.
+    for (int variant = 0; variant < 3; ++variant) {
         KVProject project("seed");
         auto* image = new KVImage("seed", 200, 100, 72, LPixelColour(255, 255, 255, 255));
         KVLayer* layer = project.AddNewImage(image);
-        AddShapes(*image, layer, variant == 1);
+        if (variant == 2)
+            AddStrokes(*image, layer);
+        else
+            AddShapes(*image, layer, variant == 1);
         if (variant == 1) {
             auto* hidden = new KVLayer("hidden");
             image->AddNewLayer(hidden, false);

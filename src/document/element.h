@@ -166,6 +166,12 @@ public:
 
 protected:
     LLockObject& GetLock() const { return lock; }
+    // Runs `read` on the record itself under the lock, for a reader that must
+    // not pay for a copy.
+    template <class F> decltype(auto) ReadLockedProperties(F read) const {
+        LLockGuard guard(lock);
+        return read(properties);
+    }
 
 private:
     LUndoRedoStack* undoStack = nullptr;

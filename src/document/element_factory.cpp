@@ -3,6 +3,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "document/freehand.h"
 #include "document/project_records.h"
 #include "document/shapes.h"
 
@@ -18,6 +19,12 @@ const std::unordered_map<std::string_view, KVElement* (*)()>& Kinds() {
         {"triangle", &Make<KVTriangleElement>},
         {"polygon", &Make<KVPolygonElement>},
         {"line", &Make<KVLineElement>},
+        {"pen", &Make<KVPenElement>},
+        {"pencil", &Make<KVPencilElement>},
+        {"crayon", &Make<KVCrayonElement>},
+        {"marker", &Make<KVMarkerElement>},
+        {"brush", &Make<KVBrushElement>},
+        {"spray", &Make<KVSprayElement>},
     };
     return kinds;
 }

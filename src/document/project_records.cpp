@@ -221,6 +221,17 @@ LPointTemplate<float> KVProjectFileReadPoint(KVSDFReadState& s, KVSDFChunk& c) {
     return p;
 }
 
+LPointTemplate<double> KVProjectFileReadPointDouble(KVSDFReadState& s, KVSDFChunk& c) {
+    LPointTemplate<double> p;
+    KVForEachChild(s, c, [&](KVSDFChunk& child) {
+        if (child.id == KVChunkX)
+            KVReadDouble(s, child, p.x);
+        else if (child.id == KVChunkY)
+            KVReadDouble(s, child, p.y);
+    });
+    return p;
+}
+
 // ---------------------------------------------------------------- effects
 
 void KVProjectFileWriteShadow(KVSDFWriter& w, const KVDropShadow& shadow) {

@@ -35,7 +35,9 @@ enum KVProjectChunk : unsigned short {
     KVChunkShadow = 11,
     KVChunkStrokePath = 12,
     KVChunkPoints = 13,
+    KVChunkCoefficients = 14,
     KVChunkBevel = 15,
+    KVChunkCoords = 16,
     KVChunkInnerGlow = 17,
     KVChunkOuterGlow = 18,
     KVChunkErasers = 19,
@@ -49,6 +51,7 @@ enum KVProjectChunk : unsigned short {
     KVChunkBlue = 1006,
     KVChunkAlpha = 1007,
     KVChunkLineWidth = 1008,
+    KVChunkOldAlpha = 1009,
     KVChunkX = 1010,
     KVChunkY = 1011,
     KVChunkSoftness = 1012,
@@ -69,10 +72,14 @@ enum KVProjectChunk : unsigned short {
     KVChunkSides = 2012,
     KVChunkShadowSize = 2014,
     KVChunkCorner = 2020,
+    KVChunkBrushShape = 2021,
+    KVChunkDrawPath = 2023,
     KVChunkBevelSize = 2024,
+    KVChunkCurviness = 2026,
     KVChunkEndCap = 2034,
     KVChunkStartCap = 2035,
     KVChunkDashStyle = 2036,
+    KVChunkJoinStyle = 2037,
     KVChunkNextLayerNumber = 2039,
 };
 
@@ -119,6 +126,8 @@ LBoundingBox2T<float> KVProjectFileReadBounds(KVSDFReadState& s, KVSDFChunk& c);
 
 void KVProjectFileWritePoint(KVSDFWriter& w, LPointTemplate<float> p);
 LPointTemplate<float> KVProjectFileReadPoint(KVSDFReadState& s, KVSDFChunk& c);
+// The same ids as 8-byte doubles, as older files stored curve coefficients.
+LPointTemplate<double> KVProjectFileReadPointDouble(KVSDFReadState& s, KVSDFChunk& c);
 
 void KVProjectFileWriteShadow(KVSDFWriter& w, const KVDropShadow& shadow);
 KVDropShadow KVProjectFileReadShadow(KVSDFReadState& s, KVSDFChunk& c);

@@ -103,32 +103,33 @@ void KVPolygonElementProperties::RecalcVertices() {
 
 namespace {
 
-void Tag(KVRenderImage& t, const KVBoxShapeProperties& p) {
+void TagGlow(KVRenderImage& t, const char* key, const KVGlow& glow) {
     char value[96];
-    if (p.shadow) {
-        std::snprintf(value, sizeof value, "%d,%d,%d,%d", p.shadow->softness,
-                      p.shadow->horizontalOffset, p.shadow->verticalOffset, p.shadow->size);
-        t.TagLastElement("tolmar:shadow", value);
-    }
-    if (p.bevel) {
-        std::snprintf(value, sizeof value, "%d", p.bevel->size);
-        t.TagLastElement("tolmar:bevel", value);
-    }
-    if (p.innerGlow) {
-        const LGuiColorAlpha& c = p.innerGlow->colour;
-        std::snprintf(value, sizeof value, "%.3f,rgb(%d,%d,%d)", p.innerGlow->strength, c.Red8(),
-                      c.Green8(), c.Blue8());
-        t.TagLastElement("tolmar:innerglow", value);
-    }
-    if (p.outerGlow) {
-        const LGuiColorAlpha& c = p.outerGlow->colour;
-        std::snprintf(value, sizeof value, "%.3f,rgb(%d,%d,%d)", p.outerGlow->strength, c.Red8(),
-                      c.Green8(), c.Blue8());
-        t.TagLastElement("tolmar:outerglow", value);
-    }
+    const LGuiColorAlpha& c = glow.colour;
+    std::snprintf(value, sizeof value, "%.3f,rgb(%d,%d,%d)", glow.strength, c.Red8(), c.Green8(),
+                  c.Blue8());
+    t.TagLastElement(key, value);
 }
 
 } // namespace
+
+void KVTagEffects(KVRenderImage& t, const KVDropShadow* shadow, const KVBevelEmboss* bevel,
+                  const KVGlow* innerGlow, const KVGlow* outerGlow) {
+    char value[96];
+    if (shadow) {
+        std::snprintf(value, sizeof value, "%d,%d,%d,%d", shadow->softness,
+                      shadow->horizontalOffset, shadow->verticalOffset, shadow->size);
+        t.TagLastElement("tolmar:shadow", value);
+    }
+    if (bevel) {
+        std::snprintf(value, sizeof value, "%d", bevel->size);
+        t.TagLastElement("tolmar:bevel", value);
+    }
+    if (innerGlow)
+        TagGlow(t, "tolmar:innerglow", *innerGlow);
+    if (outerGlow)
+        TagGlow(t, "tolmar:outerglow", *outerGlow);
+}
 
 // The order is fixed: the shadow lies under the glows, the outer glow opens
 // first and closes last around the inner one, and the bevel is painted inside
@@ -170,7 +171,7 @@ LProcessResult KVBoxShapeElement<P>::Render(LProcessInterface& process, KVRender
     if (LProcessResult r = DrawBody(*t, subs.GetSubInterface(1), p))
         return r;
     if (t->DoesImageUseMetadata())
-        Tag(*t, p);
+        KVTagEffects(*t, p.shadow.Get(), p.bevel.Get(), p.innerGlow.Get(), p.outerGlow.Get());
     if (p.bevel)
         if (LProcessResult r = DrawBevel(*t, subs.GetSubInterface(2), p))
             return r;
@@ -239,12 +240,7 @@ template <class P> void KVBoxShapeElement<P>::SetPropertiesFromPanel(const P& pa
 template <class P> void KVBoxShapeElement<P>::ApplyPanel(P& p, const P& panel) const {
     p.lineColour = panel.lineColour;
     p.lineWidth = panel.lineWidth;
-    if (panel.gradient)
-        p.SetGradient(*panel.gradient);
-    else if (panel.fill)
-        p.SetFill(*panel.fill);
-    else
-        p.RemoveFill();
+    p.TakeFill(panel);
     p.shadow = panel.shadow;
     p.bevel = panel.bevel;
     p.innerGlow = panel.innerGlow;

@@ -26,7 +26,6 @@ struct KVBoxShapeProperties : KVShadowProperties,
     // turn with the rotation.
     void SetBounds(const LBoundingBox2T<float>& box);
     void SetRotationDegrees(float degrees);
-    bool IsFilled() const { return fill || gradient; }
     LPointTemplate<float> GetCentre() const;
 };
 
@@ -98,6 +97,11 @@ public:
 };
 void KVSetShapeWidgetFactory(KVShapeWidgetFactory* factory);
 KVShapeWidgetFactory* KVGetShapeWidgetFactory();
+
+// Writes the effects present beside the element just drawn, on targets that
+// keep them as tags (the vector back ends); absent ones are null.
+void KVTagEffects(KVRenderImage& target, const KVDropShadow* shadow, const KVBevelEmboss* bevel,
+                  const KVGlow* innerGlow, const KVGlow* outerGlow);
 
 // The shared body of the four box shapes. P is the kind's record.
 template <class P> class KVBoxShapeElement : public KVElementWithProperties<P> {

@@ -84,3 +84,25 @@ private:
 // One segment per pair of neighbours: A's point, A's control after, B's
 // control before, B's point. A path of one coordinate gives none.
 void GetBeziers(const KVDrawPath& path, LList<KVDrawCoordBezierSegment>& segments);
+
+// Thinning and smoothing of a captured stroke. A curviness `c` (0 to 1, the
+// panels' "Smoothing") sets how hard the filter thins; above 0 the stroke is
+// fitted with a Catmull-Rom spline, at 0 it stays a polyline.
+//
+// Drops points closer than c x 3 to the last point kept, and points up to
+// c x 50 away whose slope turned by less than c x 60 degrees. The first and
+// the last two coordinates always stay; pressure levels are thinned with
+// their coordinates. Paths of 3 coordinates or fewer are left as they are.
+void FilterPathByDistanceSlope(KVDrawPath& path, float curviness);
+// Both controls of every coordinate on its point.
+void NoCurvinessInterpolation(KVDrawPath& path);
+// One Hermite cubic per stretch but the last, which stays straight: n
+// coordinates give n - 2 records. Fewer than 3 coordinates give none. The
+// tension is fixed; the curviness only chose this over a polyline.
+void InterpolatePointsCR(const KVDrawPath& path, LList<KVDrawCoordEquationCoeff>& coefficients);
+// Writes the cubics into the controls of the coordinates they join;
+// coordinates beyond the last record keep theirs.
+void ComputeBezier(KVDrawPath& path, const LList<KVDrawCoordEquationCoeff>& coefficients);
+// The whole road of a stroke from its points to its curve: fewer than 3
+// coordinates are always straight; `filter` thins first.
+void InterpolateDrawPath(KVDrawPath& path, float curviness, bool filter);

@@ -155,6 +155,17 @@ struct KVFillProperties {
         fill.Reset();
         gradient.Reset();
     }
+    // What a tool panel's record fills with: its gradient, else its colour,
+    // else nothing.
+    void TakeFill(const KVFillProperties& panel) {
+        if (panel.gradient)
+            SetGradient(*panel.gradient);
+        else if (panel.fill)
+            SetFill(*panel.fill);
+        else
+            RemoveFill();
+    }
+    bool IsFilled() const { return fill || gradient; }
     LPtr<LGuiColorAlpha> fill;
     LPtr<KVGradient> gradient;
 };

@@ -1,12 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <sys/resource.h>
 #include <vector>
 
+#include "document/freehand.h"
 #include "document/shapes.h"
 #include "persistence/project_file.h"
 #include "support/temp_dir.h"
@@ -357,6 +359,165 @@ TEST_F(ProjectFileTest, OrderMattersWhereTheFormatSaysSo) {
     // outline's corner (4.5, 6.5).
     EXPECT_FLOAT_EQ(x, 10);
     EXPECT_FLOAT_EQ(y, 12);
+}
+
+// ---------------------------------------------------------------- freehand
+
+// A fitted zigzag with pressure, as the pen tool leaves it.
+template <class P> P Stroked(P p, float x0) {
+    p.path.Set(new KVDrawPath(640, 480, nullptr));
+    for (int i = 0; i < 5; ++i)
+        p.path->AddCoord(new KVDrawCoord(x0 + 20.0f * i, (i % 2) ? 40.0f : 10.0f));
+    const long levels[] = {1, 2, 3, 4, 5};
+    p.path->SetPressureLevels(levels, 5, 255);
+    InterpolateDrawPath(*p.path, p.curviness, false);
+    return p;
+}
+
+TEST_F(ProjectFileTest, EveryFreehandKindSavesLoadsAndSavesToTheSameBytes) {
+    KVProject project("strokes");
+    auto* image = new KVImage("i", 640, 480, 72, LPixelColour(255, 255, 255, 255));
+    KVLayer* layer = project.AddNewImage(image);
+    KVPenElementProperties pen = Stroked(KVPenElementProperties(), 0);
+    pen.penType = KVBrushCalligraphy;
+    pen.joinStyle = 1;
+    pen.SetFill(LGuiColorAlpha(9, 8, 7, 6));
+    pen.SetShadow(KVDropShadow{1, 2, 3, 4});
+    pen.SetBevelEmboss(KVBevelEmboss{5});
+    pen.AddEraserStroke(KVEraserStroke(KVDrawPath(640, 480, nullptr), 4, 0, {}));
+    KVPenElementProperties gradientPen = Stroked(KVPenElementProperties(), 5);
+    gradientPen.SetGradient(KVGradient({0, 0}, {1, 1}, LGuiColorAlpha(1, 2, 3, 4), {}));
+    KVPencilElementProperties pencil = Stroked(KVPencilElementProperties(), 10);
+    pencil.colour = LGuiColor::FromBytes(10, 20, 30);
+    pencil.curviness = 0.25f;
+    KVCrayonElementProperties crayon = Stroked(KVCrayonElementProperties(), 20);
+    crayon.colour = LGuiColorAlpha(1, 2, 3, 77);
+    KVMarkerElementProperties marker = Stroked(KVMarkerElementProperties(), 30);
+    marker.shape = 3;
+    KVBrushElementProperties brush = Stroked(KVBrushElementProperties(), 40);
+    brush.softness = 60;
+    brush.width = 7.5f;
+    KVSprayElementProperties spray = Stroked(KVSprayElementProperties(), 50);
+    spray.brushType = KVBrushCrayonSplotch;
+    for (KVElement* e : std::initializer_list<KVElement*>{
+             new KVPenElement(pen), new KVPenElement(gradientPen), new KVPencilElement(pencil),
+             new KVCrayonElement(crayon), new KVMarkerElement(marker), new KVBrushElement(brush),
+             new KVSprayElement(spray), new KVSprayElement()})
+        image->AddNewElement(e, layer, false, false);
+
+    const std::string first = Save(project, "first.kvp");
+    std::unique_ptr<KVProject> loaded = Load(first);
+    EXPECT_EQ(ReadAll(first), ReadAll(Save(*loaded, "second.kvp")));
+
+    // What the bytes cannot show: the pressure is gone, the curve is the one
+    // drawn, not fitted again.
+    const KVPenElementProperties back = ElementAt<KVPenElement>(*loaded, 0)->GetProperties();
+    ASSERT_TRUE(back.path);
+    EXPECT_EQ(back.path->GetPressure(), nullptr);
+    EXPECT_EQ(back.path->GetWidth(), 640u);
+    const KVDrawCoord* original = pen.path->GetCoords().GetAt(2);
+    const KVDrawCoord* read = back.path->GetCoords().GetAt(2);
+    EXPECT_EQ(std::vector<float>({read->beforeX, read->beforeY, read->afterX, read->afterY}),
+              std::vector<float>({original->beforeX, original->beforeY, original->afterX,
+                                  original->afterY}));
+    EXPECT_EQ(back.penType, KVBrushCalligraphy);
+    EXPECT_EQ(ElementAt<KVMarkerElement>(*loaded, 4)->GetProperties().shape, 3);
+    EXPECT_FLOAT_EQ(ElementAt<KVPencilElement>(*loaded, 2)->GetProperties().curviness, 0.25f);
+}
+
+// Little-endian bytes of a double, as the format stores them.
+void WriteDouble(KVSDFWriter& w, unsigned short id, double v) {
+    unsigned long long bits = 0;
+    std::memcpy(&bits, &v, sizeof bits);
+    unsigned char bytes[8];
+    for (int i = 0; i < 8; ++i)
+        bytes[i] = static_cast<unsigned char>(bits >> (8 * i));
+    w.WriteBlob(id, bytes, sizeof bytes);
+}
+
+TEST_F(ProjectFileTest, OlderStrokeFormsStillLoad) {
+    const std::string path = dir.File("older.kvp");
+    {
+        Crafted f(path);
+        f.w.StartContainer(KVChunkImage);
+        f.w.StartContainer(KVChunkLayer);
+        // Points without controls, and the curve as coefficients ahead of them.
+        f.Element("brush", [](KVSDFWriter& w) {
+            w.StartContainer(KVChunkDrawPath);
+            w.StartContainer(KVChunkCoefficients);
+            const double a[4][2] = {{0, 0}, {0, 0}, {20, 0}, {-10, 0}};
+            for (const auto& pair : a) {
+                w.StartContainer(KVChunkPoint);
+                WriteDouble(w, KVChunkX, pair[0]);
+                WriteDouble(w, KVChunkY, pair[1]);
+                w.EndContainer(KVChunkPoint);
+            }
+            w.EndContainer(KVChunkCoefficients);
+            w.StartContainer(KVChunkStrokePath);
+            w.WriteInt(KVChunkWidth, 100);
+            w.StartContainer(KVChunkPoints);
+            KVProjectFileWritePoint(w, {0, 0});
+            KVProjectFileWritePoint(w, {10, 0});
+            KVProjectFileWritePoint(w, {20, 0});
+            w.EndContainer(KVChunkPoints);
+            w.EndContainer(KVChunkStrokePath);
+            w.EndContainer(KVChunkDrawPath);
+            KVProjectFileWriteColor(w, LGuiColorAlpha(1, 2, 3, 200));
+            w.WriteInt(KVChunkOldAlpha, 50); // wins over the colour's, read before it
+        });
+        f.w.EndContainer(KVChunkLayer);
+        f.w.EndContainer(KVChunkImage);
+        f.Finish();
+    }
+    std::unique_ptr<KVProject> p = Load(path);
+    const KVBrushElementProperties b = ElementAt<KVBrushElement>(*p, 0)->GetProperties();
+    EXPECT_EQ(b.colour, LGuiColorAlpha(1, 2, 3, 50));
+    EXPECT_FLOAT_EQ(b.curviness, 0.5f);
+    ASSERT_TRUE(b.path);
+    EXPECT_EQ(b.path->GetCoords().GetCount(), 3u);
+    const KVDrawCoord* p1 = b.path->GetCoords().GetAt(1);
+    EXPECT_FLOAT_EQ(p1->beforeX, 10.0f - 10.0f / 3); // from the coefficients
+    EXPECT_FLOAT_EQ(p1->afterX, 10.0f);                 // no segment leaves it
+}
+
+// A simple path lives only inside a picture element; its own fields still
+// come back as they went, and its outline is made again from the points.
+TEST_F(ProjectFileTest, ASimplePathsFieldsComeBackAsWritten) {
+    auto write = [this](KVElement& e, const char* name) {
+        const std::string path = dir.File(name);
+        LOutputStreamFile stream;
+        stream.Open(path.c_str());
+        KVSDFWriter w;
+        w.Open(stream, kKVProjectFormatId, 0);
+        w.StartContainer(KVChunkElement);
+        EXPECT_EQ(e.WriteSDF(process, w), LProcessResultOk);
+        w.EndContainer(KVChunkElement);
+        w.Close();
+        stream.Close();
+        return path;
+    };
+    KVSimplePathElementProperties p;
+    p.colour = LGuiColorAlpha(5, 6, 7, 8);
+    KVDrawPath points(50, 40, nullptr);
+    for (auto [x, y] : std::vector<std::pair<float, float>>{{1, 2}, {30, 2}, {30, 35}})
+        points.AddCoord(new KVDrawCoord(x, y));
+    p.SetPath(points);
+    KVSimplePathElement original(p);
+    const std::string first = write(original, "simple-a");
+
+    KVSimplePathElement read;
+    LInputStreamFile stream;
+    ASSERT_TRUE(stream.Open(first.c_str()));
+    KVSDFReader reader;
+    ASSERT_TRUE(reader.Open(stream, kKVProjectFormatId));
+    for (KVSDFIterator it(reader, reader.GetRootChunk()); it.IsValid(); it.Next()) {
+        if (it.Get().id == KVChunkElement) {
+            EXPECT_EQ(read.ReadSDF(reader, it.Get()), LProcessResultOk);
+        }
+    }
+    EXPECT_EQ(ReadAll(first), ReadAll(write(read, "simple-b")));
+    EXPECT_EQ(read.GetProperties().outline.GetBounds(), LBoundingBox2T<float>(1, 2, 30, 35));
+    EXPECT_EQ(read.GetProperties().path.GetHeight(), 40u);
 }
 
 } // namespace

@@ -2,6 +2,10 @@
 
 #include <cstdio>
 
+#include "foundation/graphics_path.h"
+#include "foundation/line_style.h"
+#include "target/draw_path.h"
+
 namespace kvtest {
 
 RecordingTarget::RecordingTarget(std::shared_ptr<std::vector<std::string>> sharedLog, int* c)
@@ -31,6 +35,34 @@ LProcessResult RecordingTarget::Draw(LProcessInterface& p, const std::string& wh
     if (reportProgress)
         p.SetProgress(1.0);
     return Draw(what);
+}
+
+std::string RecordingTarget::Count(KVSegments segments) {
+    int n = 0;
+    for (; segments; ++segments)
+        ++n;
+    return std::to_string(n);
+}
+
+LProcessResult RecordingTarget::DrawPath(LProcessInterface& p, KVBrushType type,
+                                         KVSegments segments, const LLineStyle& style, float width,
+                                         LGuiColorAlpha colour, const KVBox&, unsigned char blur,
+                                         const KVPressure* pressure) {
+    char text[160];
+    std::snprintf(text, sizeof text, "DrawPath type=%d segs=%s width=%g colour=%d,%d,%d,%d blur=%d join=%d pressure=",
+                  static_cast<int>(type), Count(segments).c_str(), width, colour.Red8(),
+                  colour.Green8(), colour.Blue8(), colour.alpha, blur, style.join);
+    return Draw(p, text + (pressure ? std::to_string(pressure->count) : std::string("-")));
+}
+
+bool RecordingTarget::FastFillPath(const LGraphicsPath& path, const LGuiColorAlpha&) {
+    Note(std::string("FastFillPath outline") + (path.IsEmpty() ? " empty" : ""));
+    return fillsOutlines;
+}
+
+bool RecordingTarget::FastFillPath(const KVDrawPath& path, const LGuiColorAlpha&) {
+    Note("FastFillPath points=" + std::to_string(path.GetCoords().GetCount()));
+    return fillsPoints;
 }
 
 bool RecordingTarget::GetFromCache(const KVCacheHandle& handle) {

@@ -147,38 +147,44 @@ public:
                            " " + std::to_string(static_cast<int>(dash)));
     }
 
-    LProcessResult DrawPath(LProcessInterface& p, KVBrushType, KVSegments, const LLineStyle&, float,
-                            LGuiColorAlpha, const KVBox&, unsigned char,
-                            const KVPressure*) override {
-        return Draw(p, "DrawPath");
-    }
-    LProcessResult FillPath(LProcessInterface& p, KVSegments, float, LGuiColor,
+    // Paths are written down with what a stroke's look depends on, e.g.
+    // "DrawPath type=7 segs=2 width=10 colour=0,0,0,255 blur=0 join=0 pressure=3"
+    // ("pressure=-" without levels).
+    LProcessResult DrawPath(LProcessInterface& p, KVBrushType type, KVSegments segments,
+                            const LLineStyle& style, float width, LGuiColorAlpha colour,
+                            const KVBox&, unsigned char blur, const KVPressure* pressure) override;
+    LProcessResult FillPath(LProcessInterface& p, KVSegments segments, float, LGuiColor,
                             LGuiColorAlpha) override {
-        return Draw(p, "FillPath");
+        return Draw(p, "FillPath segs=" + Count(segments));
     }
-    LProcessResult FillPath(LProcessInterface& p, KVSegments, float, LGuiColor,
+    LProcessResult FillPath(LProcessInterface& p, KVSegments segments, float, LGuiColor,
                             const KVGradient&, const KVBox&) override {
-        return Draw(p, "FillPathGradient");
+        return Draw(p, "FillPathGradient segs=" + Count(segments));
     }
-    LProcessResult DrawPathShadow(LProcessInterface& p, KVBrushType, KVSegments, float, bool,
-                                  const KVDropShadow&, const KVBox&, const KVPressure*) override {
-        return Draw(p, "DrawPathShadow");
+    LProcessResult DrawPathShadow(LProcessInterface& p, KVBrushType type, KVSegments, float,
+                                  bool hasFill, const KVDropShadow&, const KVBox&,
+                                  const KVPressure*) override {
+        return Draw(p, "DrawPathShadow type=" + std::to_string(type) +
+                           (hasFill ? " filled" : ""));
     }
-    LProcessResult DrawPathBevelEmboss(LProcessInterface& p, KVBrushType, KVSegments, float,
+    LProcessResult DrawPathBevelEmboss(LProcessInterface& p, KVBrushType type, KVSegments, float,
                                        LGuiColor, const KVBevelEmboss&, const KVBox&,
                                        const KVPressure*) override {
-        return Draw(p, "DrawPathBevelEmboss");
+        return Draw(p, "DrawPathBevelEmboss type=" + std::to_string(type));
     }
-    LProcessResult FillPathBevelEmboss(LProcessInterface& p, KVBrushType, KVSegments, float,
+    LProcessResult FillPathBevelEmboss(LProcessInterface& p, KVBrushType type, KVSegments, float,
                                        LGuiColor, LGuiColorAlpha, const KVBox&,
                                        const KVBevelEmboss&, const KVPressure*) override {
-        return Draw(p, "FillPathBevelEmboss");
+        return Draw(p, "FillPathBevelEmboss type=" + std::to_string(type));
     }
-    LProcessResult FillPathBevelEmboss(LProcessInterface& p, KVBrushType, KVSegments, float,
+    LProcessResult FillPathBevelEmboss(LProcessInterface& p, KVBrushType type, KVSegments, float,
                                        LGuiColor, const KVGradient&, const KVBox&,
                                        const KVBevelEmboss&, const KVPressure*) override {
-        return Draw(p, "FillPathBevelEmbossGradient");
+        return Draw(p, "FillPathBevelEmbossGradient type=" + std::to_string(type));
     }
+    // Filled outlines are taken only when a test says so.
+    bool FastFillPath(const LGraphicsPath& path, const LGuiColorAlpha&) override;
+    bool FastFillPath(const KVDrawPath& path, const LGuiColorAlpha&) override;
     LProcessResult DrawImage(LProcessInterface& p, const LImageBuffer&, int, int, int,
                              int) override {
         return Draw(p, "DrawImage");
@@ -209,6 +215,9 @@ public:
     LProcessResult eraserResult = LProcessResultOk;
     bool cacheHit = true;
     bool metadata = false;
+    // What the two FastFillPath forms answer: outline first, then points.
+    bool fillsOutlines = false;
+    bool fillsPoints = false;
     // When set, every drawing operation reports progress 1.0 on the process
     // it was handed, so tests can see which slice it got.
     bool reportProgress = false;
@@ -216,6 +225,7 @@ public:
     std::function<void()> duringDraw;
 
 private:
+    static std::string Count(KVSegments segments);
     RecordingTarget(std::shared_ptr<std::vector<std::string>> sharedLog, int* counter);
     KVRenderImage* Begin(const std::string& what);
     void Finish(const std::string& what);

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <random>
 #include <vector>
 
 #include "target/draw_path.h"
@@ -64,3 +66,222 @@ TEST(DrawPath, BeziersJoinNeighbours) {
 }
 
 } // namespace
+
+// ---------------------------------------------------------------- smoothing
+
+namespace {
+
+using Points = std::vector<std::pair<float, float>>;
+
+Points PointsOf(const KVDrawPath& path) {
+    Points out;
+    for (const KVDrawCoord& c : path.GetCoords())
+        out.push_back({c.x, c.y});
+    return out;
+}
+
+std::vector<long> LevelsOf(const KVDrawPath& path) {
+    const KVPressure* p = path.GetPressure();
+    if (!p)
+        return {};
+    return std::vector<long>(p->levels.begin(), p->levels.end());
+}
+
+float Slope(float rise, float run) { return std::atan(rise / (run == 0.0f ? 0.0001f : run)); }
+
+// The filter as first written, step by step on an array that is counted
+// again at every step: the oracle the one-pass version must match.
+void FilterByRecounting(Points& pts, std::vector<long>& levels, bool pressure, float c) {
+    if (pts.size() <= 3)
+        return;
+    const float farLimit = c * 50.0f, angleLimit = c * 1.0471976f, nearLimit = c * 3.0f;
+    std::vector<long> kept;
+    size_t read = 0;
+    if (pressure) {
+        kept.push_back(levels[0]);
+        read = 1;
+    }
+    std::pair<float, float> last = pts[0];
+    size_t i = 1;
+    while (i < pts.size()) {
+        if (pts.size() < 4 || i + 2 >= pts.size())
+            break;
+        const auto [cx, cy] = pts[i];
+        const auto [nx, ny] = pts[i + 1];
+        const float dx = cx - last.first, dy = cy - last.second;
+        const float d = std::sqrt(dx * dx + dy * dy);
+        const float a1 = Slope(last.second - cy, last.first - cx);
+        const float a2 = Slope(cy - ny, cx - nx);
+        if (d < nearLimit || (d < farLimit && std::fabs(a1 - a2) < angleLimit)) {
+            pts.erase(pts.begin() + static_cast<long>(i));
+        } else {
+            last = pts[i];
+            ++i;
+            if (pressure)
+                kept.push_back(levels[read]);
+        }
+        ++read;
+    }
+    if (pressure) {
+        kept.push_back(levels[read]);
+        kept.push_back(levels[read + 1]);
+        levels = kept;
+    }
+}
+
+KVDrawPath PathOf(const Points& pts, const std::vector<long>& levels = {}) {
+    KVDrawPath path(500, 500, nullptr);
+    for (auto [x, y] : pts)
+        path.AddCoord(new KVDrawCoord(x, y));
+    if (!levels.empty())
+        path.SetPressureLevels(levels.data(), levels.size(), 1024);
+    return path;
+}
+
+bool Straight(const KVDrawCoord& c) {
+    return c.beforeX == c.x && c.beforeY == c.y && c.afterX == c.x && c.afterY == c.y;
+}
+
+} // namespace
+
+TEST(PathFilter, KeepsWhatTheStepByStepRuleKeepsOnAnyStroke) {
+    std::mt19937 random(17);
+    std::uniform_real_distribution<float> step(-12.0f, 12.0f);
+    std::uniform_int_distribution<int> shape(0, 9);
+    const float curvinesses[] = {0.0f, 0.1f, 0.5f, 1.0f};
+    for (int round = 0; round < 400; ++round) {
+        Points pts;
+        std::vector<long> levels;
+        float x = 100, y = 100;
+        const int n = round % 120;
+        for (int i = 0; i < n; ++i) {
+            // Now and then a vertical stretch, now and then the mouse stands still.
+            const int kind = shape(random);
+            if (kind > 1)
+                x += step(random);
+            if (kind != 1)
+                y += step(random);
+            pts.push_back({x, y});
+            levels.push_back(i * 7 % 1024);
+        }
+        const bool pressure = round % 2 == 0;
+        const float c = curvinesses[round % 4];
+        KVDrawPath path = PathOf(pts, pressure ? levels : std::vector<long>());
+        FilterPathByDistanceSlope(path, c);
+        FilterByRecounting(pts, levels, pressure, c);
+        ASSERT_EQ(PointsOf(path), pts) << "round " << round;
+        if (pressure && n > 3) {
+            ASSERT_EQ(LevelsOf(path), levels) << "round " << round;
+        }
+    }
+}
+
+TEST(PathFilter, ThinsByDistanceAndSlope) {
+    struct Case {
+        const char* what;
+        float curviness;
+        Points in;
+        Points kept;
+    } cases[] = {
+        {"near points go, a turn of more than 60 degrees stays", 1.0f,
+         {{0, 0}, {1, 0}, {2, 0}, {10, 0}, {10, 1}, {30, 40}},
+         {{0, 0}, {10, 0}, {10, 1}, {30, 40}}},
+        {"a straight run thins to its ends", 1.0f,
+         {{0, 0}, {10, 0}, {20, 0}, {30, 0}, {40, 0}, {60, 0}},
+         {{0, 0}, {40, 0}, {60, 0}}},
+        {"points 50 or more apart stay", 1.0f,
+         {{0, 0}, {60, 0}, {120, 0}, {180, 0}, {240, 0}},
+         {{0, 0}, {60, 0}, {120, 0}, {180, 0}, {240, 0}}},
+        {"a vertical run divides by no zero", 1.0f,
+         {{5, 0}, {5, 10}, {5, 20}, {5, 30}, {5, 40}},
+         {{5, 0}, {5, 30}, {5, 40}}},
+        {"a U-turn along one line does not turn the slope", 1.0f,
+         {{0, 0}, {20, 0}, {10, 0}, {30, 0}, {40, 0}, {45, 0}},
+         {{0, 0}, {40, 0}, {45, 0}}},
+        {"the first and last two stay however close", 1.0f,
+         {{0, 0}, {0.1f, 0}, {0.2f, 0}, {0.3f, 0}, {0.4f, 0}},
+         {{0, 0}, {0.3f, 0}, {0.4f, 0}}},
+    };
+    for (const Case& c : cases) {
+        KVDrawPath path = PathOf(c.in);
+        FilterPathByDistanceSlope(path, c.curviness);
+        EXPECT_EQ(PointsOf(path), c.kept) << c.what;
+    }
+}
+
+TEST(PathFilter, PressureLevelsStayWithTheirPoints) {
+    KVDrawPath path = PathOf({{0, 0}, {1, 0}, {2, 0}, {10, 0}, {10, 1}, {30, 40}},
+                             {100, 200, 300, 400, 500, 600});
+    FilterPathByDistanceSlope(path, 1.0f);
+    EXPECT_EQ(LevelsOf(path), (std::vector<long>{100, 400, 500, 600}));
+    EXPECT_EQ(path.GetPressure()->count, path.GetCoords().GetCount());
+    EXPECT_EQ(path.GetPressure()->maximum, 1024u);
+
+    // A device that sent fewer levels than points: the levels it sent, no
+    // read beyond them.
+    KVDrawPath shortLevels = PathOf({{0, 0}, {60, 0}, {120, 0}, {180, 0}, {240, 0}}, {7, 8});
+    FilterPathByDistanceSlope(shortLevels, 1.0f);
+    EXPECT_EQ(LevelsOf(shortLevels), (std::vector<long>{7, 8}));
+}
+
+TEST(PathFit, CurvesEveryStretchButTheLast) {
+    struct Case {
+        const char* what;
+        Points in;
+        float curviness;
+        bool filter;
+        size_t points;
+        size_t curved;
+    } cases[] = {
+        {"two points make no curve", {{0, 0}, {50, 50}}, 1.0f, true, 2, 0},
+        {"curviness 0 keeps a polyline and every point", {{0, 0}, {1, 5}, {2, 0}, {3, 5}, {4, 0}},
+         0.0f, true, 5, 0},
+        {"n points give n - 2 curves", {{0, 0}, {10, 20}, {20, 0}, {30, 20}, {40, 0}, {50, 20}},
+         0.5f, false, 6, 4},
+    };
+    for (const Case& c : cases) {
+        KVDrawPath path = PathOf(c.in);
+        const bool polyline = c.curviness == 0.0f || c.in.size() < 3;
+        // Controls from an earlier fit must not survive a polyline.
+        if (polyline)
+            for (KVDrawCoord& coord : path.GetCoords())
+                coord.afterX += 3;
+        InterpolateDrawPath(path, c.curviness, c.filter);
+        ASSERT_EQ(path.GetCoords().GetCount(), c.points) << c.what;
+        LList<KVDrawCoordBezierSegment> segments;
+        GetBeziers(path, segments);
+        size_t curved = 0;
+        for (const KVDrawCoordBezierSegment& s : segments)
+            if (!(s.control1 == s.start && s.control2 == s.end))
+                ++curved;
+        EXPECT_EQ(curved, c.curved) << c.what;
+        if (c.curved > 0) {
+            const KVDrawCoordBezierSegment* last = segments.GetLast();
+            EXPECT_EQ(last->control2, last->end) << c.what;
+        }
+        if (polyline) {
+            for (const KVDrawCoord& coord : path.GetCoords())
+                EXPECT_TRUE(Straight(coord)) << c.what;
+        }
+    }
+}
+
+TEST(PathFit, ThreePointsGiveTheCatmullRomHermiteCurve) {
+    KVDrawPath path = PathOf({{0, 0}, {10, 0}, {20, 10}});
+    LList<KVDrawCoordEquationCoeff> coefficients;
+    InterpolatePointsCR(path, coefficients);
+    ASSERT_EQ(coefficients.GetCount(), 1u);
+    // From rest at P0 to P1 with the tangent (P2 - P0) / 2 = (10, 5).
+    const KVDrawCoordEquationCoeff& e = *coefficients.GetFirst();
+    EXPECT_EQ(std::vector<double>(e.x, e.x + 4), (std::vector<double>{0, 0, 20, -10}));
+    EXPECT_EQ(std::vector<double>(e.y, e.y + 4), (std::vector<double>{0, 0, -5, 5}));
+
+    ComputeBezier(path, coefficients);
+    const KVDrawCoord* p0 = path.GetCoords().GetFirst();
+    const KVDrawCoord* p1 = p0->GetNext();
+    EXPECT_EQ(std::make_pair(p0->afterX, p0->afterY), std::make_pair(0.0f, 0.0f));
+    EXPECT_FLOAT_EQ(p1->beforeX, 10.0f - 10.0f / 3);
+    EXPECT_FLOAT_EQ(p1->beforeY, -5.0f / 3);
+    EXPECT_TRUE(Straight(*p1->GetNext()));
+    EXPECT_EQ(std::make_pair(p1->afterX, p1->afterY), std::make_pair(10.0f, 0.0f));
+}
