@@ -317,6 +317,10 @@ namespace {
 // the wait itself ends as soon as a stripe does.
 constexpr unsigned kStopPollMilliseconds = 100;
 
+// Up to this many pixels (a picture of about 180 by 180) the blur stays on
+// the calling thread.
+constexpr unsigned long kOneThreadPixels = 32768;
+
 void StopAll(std::vector<LImageBlurThread>& stripes) {
     for (LImageBlurThread& stripe : stripes)
         stripe.StopThreadSoon();
@@ -336,6 +340,23 @@ LProcessResult Process(LProcessInterface& process, LImageBlurSettings& settings)
     if (settings.radius == 0 || settings.passes == 0)
         return LProcessResultOk;
 
+    const unsigned long rounds = 2 * settings.passes;
+    // Waking stripe threads costs more than blurring a small picture, so
+    // one is blurred right here.
+    if (static_cast<unsigned long>(image.width) * static_cast<unsigned long>(image.height) <=
+            kOneThreadPixels ||
+        settings.threadCount <= 1) {
+        for (unsigned long round = 0; round < rounds; ++round) {
+            const bool horizontal = round < settings.passes;
+            const unsigned long lines = horizontal ? image.height : image.width;
+            if (LProcessResult r =
+                    LImageBoxBlur(process, image, horizontal, 0, lines, settings.radius))
+                return r;
+            process.SetProgress(static_cast<double>(round + 1) / static_cast<double>(rounds));
+        }
+        return process.IsToStop() ? LProcessResultStopped : LProcessResultOk;
+    }
+
     // A group has room for 256 signals; more stripes than that, or than
     // lines, would only wait on each other.
     const unsigned long longest = static_cast<unsigned long>(std::max(image.width, image.height));
@@ -347,7 +368,6 @@ LProcessResult Process(LProcessInterface& process, LImageBlurSettings& settings)
     for (LImageBlurThread& stripe : stripes)
         stripe.Start(kLThreadPriorityNormal);
 
-    const unsigned long rounds = 2 * settings.passes;
     for (unsigned long round = 0; round < rounds; ++round) {
         const bool horizontal = round < settings.passes;
         const unsigned long lines = horizontal ? image.height : image.width;

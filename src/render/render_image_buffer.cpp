@@ -552,18 +552,9 @@ LProcessResult KVRenderImageBuffer::DrawText(LProcessInterface& /*process*/, con
                                              LGuiColorAlpha colour, KVBox box) {
     if (!HasSurface())
         return LProcessResultError;
-    const LFontAttributes attributes(face ? face : "", static_cast<float>(size),
-                                     (bold ? 1u : 0u) | (italic ? 2u : 0u) | (underline ? 4u : 0u));
-    LPaintSurface::SetFont(Surface(), LGuiFont(attributes));
-    LDrawTextFormat format;
-    format.alignX = align;
-    format.alignY = static_cast<LAlignmentY>(0);
-    format.lineBreak = 1;
-    format.trimming = 0;
-    format.option1 = 1;
-    format.option2 = 0;
+    LPaintSurface::SetFont(Surface(), KVElementFont(face, size, bold, italic, underline));
     const LGuiSolidBrush brush(colour);
-    LPaintSurface::DrawText(Surface(), text ? text : "", box, format, &brush);
+    LPaintSurface::DrawText(Surface(), text ? text : "", box, KVElementTextFormat(align), &brush);
     // Wrapped lines may run past the box.
     TouchAll();
     return LProcessResultOk;

@@ -66,10 +66,9 @@ public:
     LProcessResult FillPoly(LProcessInterface& process, const KVGradient& gradient,
                             float lineWidth, const LGuiColorAlpha& lineColour, KVPoint* points,
                             unsigned long pointCount, const KVBox& bounds) override;
-    LProcessResult DrawPolyShadow(LProcessInterface& process, KVPoint*, unsigned long, const KVBox&, float,
-                                  bool, const KVDropShadow&) override {
-        return KVRenderUnavailable(process, "Drop shadows");
-    }
+    LProcessResult DrawPolyShadow(LProcessInterface& process, KVPoint* points,
+                                  unsigned long pointCount, const KVBox& bounds, float lineWidth,
+                                  bool hasFill, const KVDropShadow& shadow) override;
     LProcessResult DrawPolyBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&, KVPoint*,
                                        unsigned long, const KVBox&,
                                        const KVBevelEmboss&) override {
@@ -94,10 +93,9 @@ public:
     LProcessResult FillEllipse(LProcessInterface& process, const KVGradient& gradient,
                                float lineWidth, const LGuiColorAlpha& lineColour,
                                const KVBox& bounds) override;
-    LProcessResult DrawEllipseShadow(LProcessInterface& process, const KVBox&, float, bool,
-                                     const KVDropShadow&) override {
-        return KVRenderUnavailable(process, "Drop shadows");
-    }
+    LProcessResult DrawEllipseShadow(LProcessInterface& process, const KVBox& bounds,
+                                     float lineWidth, bool hasFill,
+                                     const KVDropShadow& shadow) override;
     LProcessResult DrawEllipseBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
                                           const KVBox&, const KVBevelEmboss&) override {
         return KVRenderUnavailable(process, "Bevel and emboss");
@@ -121,10 +119,9 @@ public:
     LProcessResult FillRect(LProcessInterface& process, const KVGradient& gradient,
                             float lineWidth, const LGuiColorAlpha& lineColour,
                             const KVBox& bounds) override;
-    LProcessResult DrawRectShadow(LProcessInterface& process, const KVBox&, float, bool,
-                                  const KVDropShadow&) override {
-        return KVRenderUnavailable(process, "Drop shadows");
-    }
+    LProcessResult DrawRectShadow(LProcessInterface& process, const KVBox& bounds,
+                                  float lineWidth, bool hasFill,
+                                  const KVDropShadow& shadow) override;
     LProcessResult DrawRectBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
                                        const KVBox&, const KVBevelEmboss&) override {
         return KVRenderUnavailable(process, "Bevel and emboss");
@@ -157,11 +154,10 @@ public:
     LProcessResult FillPath(LProcessInterface& process, KVSegments segments, float lineWidth,
                             LGuiColor lineColour, const KVGradient& gradient,
                             const KVBox& bounds) override;
-    LProcessResult DrawPathShadow(LProcessInterface& process, KVBrushType, KVSegments, float, bool,
-                                  const KVDropShadow&, const KVBox&,
-                                  const KVPressure*) override {
-        return KVRenderUnavailable(process, "Drop shadows");
-    }
+    LProcessResult DrawPathShadow(LProcessInterface& process, KVBrushType brushType,
+                                  KVSegments segments, float width, bool hasFill,
+                                  const KVDropShadow& shadow, const KVBox& bounds,
+                                  const KVPressure* pressure) override;
     LProcessResult DrawPathBevelEmboss(LProcessInterface& process, KVBrushType, KVSegments, float,
                                        LGuiColor, const KVBevelEmboss&, const KVBox&,
                                        const KVPressure*) override {
@@ -184,11 +180,10 @@ public:
     LProcessResult DrawText(LProcessInterface& process, const char* text, unsigned long size,
                             bool bold, bool italic, bool underline, const char* face,
                             LAlignmentX align, LGuiColorAlpha colour, KVBox box) override;
-    LProcessResult DrawTextShadow(LProcessInterface& process, const char*, unsigned long, bool, bool, bool,
-                                  const char*, LAlignmentX, KVBox,
-                                  const KVDropShadow&) override {
-        return KVRenderUnavailable(process, "Drop shadows");
-    }
+    LProcessResult DrawTextShadow(LProcessInterface& process, const char* text,
+                                  unsigned long size, bool bold, bool italic, bool underline,
+                                  const char* face, LAlignmentX align, KVBox box,
+                                  const KVDropShadow& shadow) override;
     LProcessResult DrawTextBevelEmboss(LProcessInterface& process, const char*, unsigned long, bool, bool,
                                        bool, const char*, LAlignmentX, KVBox,
                                        const KVBevelEmboss&) override {
@@ -239,6 +234,16 @@ private:
     bool HasSurface() const { return painter && painter->IsValid(); }
     LPaintContext& Surface() { return painter->context; }
     void InstallTransform();
+    // A drop shadow of a box-sized shape: `draw` lays the shape in black on
+    // a transparent layer `width` by `height`, which is blurred by `radius`
+    // and placed with its corner `pad` up and left of the shifted box.
+    template <class Draw>
+    LProcessResult PlaceShadow(LProcessInterface& process, const KVBox& bounds,
+                               const KVDropShadow& shadow, long width, long height, int radius,
+                               long pad, Draw&& draw);
+    // Blurs a shadow's layer, then draws it with its corner at (x, y).
+    LProcessResult BlurAndPlace(LProcessInterface& process, LImageBuffer& layer, int radius,
+                                float x, float y, double blurStart, double blurShare);
     KVRenderImageBuffer* NewChild();
     LProcessResult FillBoxShape(LProcessInterface& process, const LGuiBrush& fill, float lineWidth,
                                 const LGuiColorAlpha& lineColour, const KVBox& bounds,

@@ -6,6 +6,7 @@
 #include "target/render_image.h"
 
 #include "foundation/paint_surface.h"
+#include "foundation/text_layout.h"
 
 // Appends the cubic segments as one connected figure: the path is marked
 // open from the start, so every segment joins the one before it.
@@ -19,6 +20,26 @@ inline LPaintPixels KVPaintPixels(const LImageBuffer& picture) {
     pixels.height = picture.height;
     pixels.stride = picture.GetPictureRowStep();
     return pixels;
+}
+
+// How a text element lays out its lines: wrapped at the box, not trimmed.
+inline LDrawTextFormat KVElementTextFormat(LAlignmentX align) {
+    LDrawTextFormat format;
+    format.alignX = align;
+    format.alignY = static_cast<LAlignmentY>(0);
+    format.lineBreak = 1;
+    format.trimming = 0;
+    format.option1 = 1;
+    format.option2 = 0;
+    return format;
+}
+
+// A text element's font at `size` points.
+inline LGuiFont KVElementFont(const char* face, unsigned long size, bool bold, bool italic,
+                              bool underline) {
+    return LGuiFont(LFontAttributes(face ? face : "", static_cast<float>(size),
+                                    (bold ? 1u : 0u) | (italic ? 2u : 0u) |
+                                        (underline ? 4u : 0u)));
 }
 
 // A freehand stroke is drawn on a layer of its own and placed on the target
