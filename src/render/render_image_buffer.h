@@ -71,19 +71,13 @@ public:
                                   bool hasFill, const KVDropShadow& shadow) override;
     LProcessResult DrawPolyBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&, KVPoint*,
                                        unsigned long, const KVBox&,
-                                       const KVBevelEmboss&) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                       const KVBevelEmboss&) override;
     LProcessResult FillPolyBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
                                        const LGuiColorAlpha&, KVPoint*, unsigned long,
-                                       const KVBox&, const KVBevelEmboss&) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                       const KVBox&, const KVBevelEmboss&) override;
     LProcessResult FillPolyBevelEmboss(LProcessInterface& process, const KVGradient&, float,
                                        const LGuiColorAlpha&, KVPoint*, unsigned long,
-                                       const KVBox&, const KVBevelEmboss&) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                       const KVBox&, const KVBevelEmboss&) override;
 
     LProcessResult DrawEllipse(LProcessInterface& process, float lineWidth,
                                const LGuiColorAlpha& lineColour, const KVBox& bounds) override;
@@ -97,19 +91,13 @@ public:
                                      float lineWidth, bool hasFill,
                                      const KVDropShadow& shadow) override;
     LProcessResult DrawEllipseBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
-                                          const KVBox&, const KVBevelEmboss&) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                          const KVBox&, const KVBevelEmboss&) override;
     LProcessResult FillEllipseBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
                                           const LGuiColorAlpha&, const KVBox&,
-                                          const KVBevelEmboss&) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                          const KVBevelEmboss&) override;
     LProcessResult FillEllipseBevelEmboss(LProcessInterface& process, const KVGradient&, float,
                                           const LGuiColorAlpha&, const KVBox&,
-                                          const KVBevelEmboss&) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                          const KVBevelEmboss&) override;
 
     LProcessResult DrawRect(LProcessInterface& process, float lineWidth,
                             const LGuiColorAlpha& lineColour, const KVBox& bounds) override;
@@ -123,19 +111,13 @@ public:
                                   float lineWidth, bool hasFill,
                                   const KVDropShadow& shadow) override;
     LProcessResult DrawRectBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
-                                       const KVBox&, const KVBevelEmboss&) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                       const KVBox&, const KVBevelEmboss&) override;
     LProcessResult FillRectBevelEmboss(LProcessInterface& process, float, const LGuiColorAlpha&,
                                        const LGuiColorAlpha&, const KVBox&,
-                                       const KVBevelEmboss&) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                       const KVBevelEmboss&) override;
     LProcessResult FillRectBevelEmboss(LProcessInterface& process, const KVGradient&, float,
                                        const LGuiColorAlpha&, const KVBox&,
-                                       const KVBevelEmboss&) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                       const KVBevelEmboss&) override;
 
     LProcessResult DrawLine(LProcessInterface& process, float lineWidth,
                             const LGuiColorAlpha& lineColour, KVLineCapStyle startCap,
@@ -160,19 +142,13 @@ public:
                                   const KVPressure* pressure) override;
     LProcessResult DrawPathBevelEmboss(LProcessInterface& process, KVBrushType, KVSegments, float,
                                        LGuiColor, const KVBevelEmboss&, const KVBox&,
-                                       const KVPressure*) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                       const KVPressure*) override;
     LProcessResult FillPathBevelEmboss(LProcessInterface& process, KVBrushType, KVSegments, float,
                                        LGuiColor, LGuiColorAlpha, const KVBox&,
-                                       const KVBevelEmboss&, const KVPressure*) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                       const KVBevelEmboss&, const KVPressure*) override;
     LProcessResult FillPathBevelEmboss(LProcessInterface& process, KVBrushType, KVSegments, float,
                                        LGuiColor, const KVGradient&, const KVBox&,
-                                       const KVBevelEmboss&, const KVPressure*) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                       const KVBevelEmboss&, const KVPressure*) override;
 
     LProcessResult DrawImage(LProcessInterface& process, const LImageBuffer& picture, int x, int y,
                              int width, int height) override;
@@ -186,9 +162,7 @@ public:
                                   const KVDropShadow& shadow) override;
     LProcessResult DrawTextBevelEmboss(LProcessInterface& process, const char*, unsigned long, bool, bool,
                                        bool, const char*, LAlignmentX, KVBox,
-                                       const KVBevelEmboss&) override {
-        return KVRenderUnavailable(process, "Bevel and emboss");
-    }
+                                       const KVBevelEmboss&) override;
 
     // The stroke of a path on a layer of its own, placed on `surface`; the
     // layer can be blurred without mixing in anything but the stroke.
@@ -241,6 +215,21 @@ private:
     LProcessResult PlaceShadow(LProcessInterface& process, const KVBox& bounds,
                                const KVDropShadow& shadow, long width, long height, int radius,
                                long pad, Draw&& draw);
+    // A bevel's highlight: `draw` lays the shape's alpha, `margin` pixels in
+    // from the corner of a transparent layer that reaches as far past the
+    // box; the layer is lit and the light drawn over the body.
+    template <class Draw>
+    LProcessResult PlaceBevel(LProcessInterface& process, const KVBox& bounds, int margin,
+                              Draw&& draw);
+    LProcessResult BoxBevel(LProcessInterface& process, unsigned char alpha, float lineWidth,
+                            const KVBox& bounds, const KVBevelEmboss& bevel, bool fill,
+                            bool ellipse);
+    LProcessResult PolyBevel(LProcessInterface& process, unsigned char alpha, float lineWidth,
+                             KVPoint* points, unsigned long pointCount, const KVBox& bounds,
+                             const KVBevelEmboss& bevel, bool fill);
+    LProcessResult FillPathBevel(LProcessInterface& process, unsigned char alpha,
+                                 KVSegments segments, float lineWidth, const KVBox& bounds,
+                                 const KVBevelEmboss& bevel);
     // Blurs a shadow's layer, then draws it with its corner at (x, y).
     LProcessResult BlurAndPlace(LProcessInterface& process, LImageBuffer& layer, int radius,
                                 float x, float y, double blurStart, double blurShare);

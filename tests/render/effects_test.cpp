@@ -4,12 +4,19 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "document/shapes.h"
 #include "foundation/line_style.h"
+#include "render/lighting.h"
 #include "render/render_image_buffer.h"
 #include "support/ink.h"
+#include "support/temp_dir.h"
 #include "target/draw_path.h"
 
 namespace {
@@ -67,6 +74,31 @@ LProcessResult CastShadow(KVRenderImageBuffer& t, LProcessInterface& v, const st
                                                                          : KVBrushCrayon;
     return t.DrawPathShadow(v, static_cast<KVBrushType>(brush), s.Begin(), 6, false, shadow,
                             kBox, nullptr);
+}
+
+// A black picture whose alpha at (x, y) is `alpha(x, y)`.
+LImageBuffer AlphaPicture(int width, int height, const std::function<int(int, int)>& alpha) {
+    LImageBuffer picture;
+    LImage::New(picture, width, height, LPixelFormatB8G8R8A8);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            unsigned char* p = picture.GetPictureRow(y) + x * 4;
+            p[0] = p[1] = p[2] = 0;
+            p[3] = static_cast<unsigned char>(alpha(x, y));
+        }
+    return picture;
+}
+
+// The lighting as every bevel asks for it.
+LProcessResult Light(LProcessInterface& process, const LImageBuffer& source, LImageBuffer& lit,
+                     float blurRadius) {
+    const LGuiColor white = LGuiColor::FromBytes(255, 255, 255);
+    KVSpeLgting job;
+    job.source = &source;
+    job.target = &lit;
+    job.blurRadius = blurRadius;
+    job.colour = &white;
+    return Process(process, job);
 }
 
 } // namespace
@@ -175,4 +207,153 @@ TEST(DropShadow, TheShadowLiesUnderTheBody) {
     const unsigned char* shade = At(t, 210, 190);
     EXPECT_LT(shade[1], 60);
     EXPECT_EQ(shade[1], shade[2]);
+}
+
+TEST(Lighting, MatchesTheReferenceOnAlphaRamps) {
+    const std::string python = KV_PYTHON;
+    if (std::system((python + " -c 'import numpy' 2>/dev/null").c_str()) != 0)
+        GTEST_SKIP() << "python3 with numpy is needed for the reference";
+    const int w = 23, h = 17;
+    const std::pair<const char*, std::function<int(int, int)>> ramps[] = {
+        {"across", [](int x, int) { return x * 255 / (w - 1); }},
+        {"down", [](int, int y) { return 255 - y * 255 / (h - 1); }},
+        {"diagonal", [](int x, int y) { return (x + y) * 255 / (w + h - 2); }},
+        {"steep", [](int x, int y) { return std::min(255, std::abs(x - 11) * 40 + y * 3); }},
+        {"cone", [](int x, int y) {
+             return std::max(0, 255 - static_cast<int>(std::hypot(x - 11, y - 8) * 30));
+         }},
+        {"edge", [](int x, int) { return x < 9 ? 0 : 255; }},
+    };
+    kvtest::TempDir dir;
+    for (const auto& [name, alpha] : ramps) {
+        const LImageBuffer source = AlphaPicture(w, h, alpha);
+        LImageBuffer lit;
+        LProcessInterfaceVoid v;
+        ASSERT_EQ(Light(v, source, lit, 0), LProcessResultOk) << name;
+
+        const std::string in = dir.File(std::string(name) + ".alpha"),
+                          out = dir.File(std::string(name) + ".bgra");
+        {
+            std::ofstream file(in, std::ios::binary);
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x)
+                    file.put(static_cast<char>(source.GetPictureRow(y)[x * 4 + 3]));
+        }
+        const std::string command = python + " " + KV_LIGHTING_REFERENCE + " " +
+                                    std::to_string(w) + " " + std::to_string(h) + " " + in + " " +
+                                    out;
+        ASSERT_EQ(std::system(command.c_str()), 0) << name;
+        std::ifstream file(out, std::ios::binary);
+        std::vector<char> expected((std::istreambuf_iterator<char>(file)),
+                                   std::istreambuf_iterator<char>());
+        ASSERT_EQ(expected.size(), static_cast<size_t>(w * h * 4)) << name;
+        int differing = 0;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                for (int c = 0; c < 4; ++c) {
+                    const int got = lit.GetPictureRow(y)[x * 4 + c];
+                    const int want = static_cast<unsigned char>(expected[(y * w + x) * 4 + c]);
+                    if (got != want && differing++ < 5)
+                        ADD_FAILURE() << name << " at " << x << "," << y << " channel " << c
+                                      << ": " << got << " against " << want;
+                }
+        EXPECT_EQ(differing, 0) << name;
+    }
+}
+
+TEST(Lighting, AFlatOpaquePictureGetsTheSameGreyEverywhere) {
+    // The normal points at the viewer: d = 0.9238795, and 0.9238795^16 of
+    // 255 is 71.
+    const LImageBuffer source = AlphaPicture(40, 30, [](int, int) { return 255; });
+    LImageBuffer lit;
+    LProcessInterfaceVoid v;
+    ASSERT_EQ(Light(v, source, lit, 4), LProcessResultOk);
+    for (int y = 0; y < 30; ++y)
+        for (int x = 0; x < 40; ++x)
+            for (int c = 0; c < 4; ++c)
+                ASSERT_EQ(lit.GetPictureRow(y)[x * 4 + c], 71) << x << "," << y;
+}
+
+TEST(Lighting, RefusesPicturesOfOtherFormatsAndStops) {
+    LImageBuffer grey, lit;
+    LImage::New(grey, 8, 8, LPixelFormatB8G8R8A8 + 1);
+    ErrorProcess process;
+    EXPECT_EQ(Light(process, grey, lit, 1), LProcessResultError);
+    EXPECT_FALSE(process.error.empty());
+
+    struct Stopped : LProcessInterfaceVoid {
+        bool IsToStop() override { return true; }
+    } stopped;
+    const LImageBuffer source = AlphaPicture(8, 8, [](int, int) { return 255; });
+    EXPECT_EQ(Light(stopped, source, lit, 1), LProcessResultStopped);
+}
+
+TEST(Bevel, LightsTheUpperLeftEdgeAndNeverDarkensTheBody) {
+    const LGuiColorAlpha grey(100, 100, 100, 255);
+    struct Case {
+        const char* kind;
+        float lineWidth;
+    } cases[] = {{"rect", 0}, {"rect", 8}, {"ellipse", 4}, {"poly", 0}, {"path", 3}};
+    for (const Case& c : cases) {
+        KVRenderImageBuffer t(300, 300);
+        t.Clear(LPixelColour(255, 255, 255, 255));
+        LProcessInterfaceVoid v;
+        const KVBevelEmboss bevel{10};
+        KVPoint corners[4] = {{kBox.x1, kBox.y1}, {kBox.x2, kBox.y1}, {kBox.x2, kBox.y2},
+                              {kBox.x1, kBox.y2}};
+        Stroke s(kBox.x1, kBox.y1, kBox.x2, kBox.y1);
+        s.segments.PushBack(new KVDrawCoordBezierSegment({kBox.x2, kBox.y1}, {kBox.x2, kBox.y1},
+                                                         {kBox.x2, kBox.y2}, {kBox.x2, kBox.y2}));
+        s.segments.PushBack(new KVDrawCoordBezierSegment({kBox.x2, kBox.y2}, {kBox.x2, kBox.y2},
+                                                         {kBox.x1, kBox.y2}, {kBox.x1, kBox.y2}));
+        s.segments.PushBack(new KVDrawCoordBezierSegment({kBox.x1, kBox.y2}, {kBox.x1, kBox.y2},
+                                                         {kBox.x1, kBox.y1}, {kBox.x1, kBox.y1}));
+        const std::string kind = c.kind;
+        LProcessResult r = LProcessResultError;
+        if (kind == "rect") {
+            t.FillRect(v, c.lineWidth, grey, grey, kBox);
+            r = t.FillRectBevelEmboss(v, c.lineWidth, grey, grey, kBox, bevel);
+        } else if (kind == "ellipse") {
+            t.FillEllipse(v, c.lineWidth, grey, grey, kBox);
+            r = t.FillEllipseBevelEmboss(v, c.lineWidth, grey, grey, kBox, bevel);
+        } else if (kind == "poly") {
+            t.FillPoly(v, c.lineWidth, grey, grey, corners, 4, kBox);
+            r = t.FillPolyBevelEmboss(v, c.lineWidth, grey, grey, corners, 4, kBox, bevel);
+        } else {
+            t.FillPath(v, s.Begin(), c.lineWidth, grey, grey);
+            r = t.FillPathBevelEmboss(v, KVBrushRoundPen, s.Begin(), c.lineWidth, grey, grey,
+                                      kBox, bevel, nullptr);
+        }
+        ASSERT_EQ(r, LProcessResultOk) << kind;
+        // The flat middle: the body plus the grey of a light straight on.
+        EXPECT_NEAR(At(t, 150, 140)[1], 100 + 71 * 155 / 255, 2) << kind;
+        // Just inside the upper left edge the slope faces the light.
+        const int lit = At(t, 152, static_cast<int>(kBox.y1) + 4)[1];
+        const int shaded = At(t, 152, static_cast<int>(kBox.y2) - 10)[1];
+        EXPECT_GT(lit, 155) << kind;
+        EXPECT_LT(shaded, 135) << kind;
+        EXPECT_GE(shaded, 100) << kind;
+        // Outside the shape nothing changes.
+        EXPECT_EQ(At(t, 150, 60)[1], 255) << kind;
+    }
+}
+
+TEST(Bevel, StrokesAndTextAreLitAndCrayonsRefused) {
+    const KVBevelEmboss bevel{4};
+    KVRenderImageBuffer t(300, 300);
+    t.Clear(LPixelColour());
+    LProcessInterfaceVoid v;
+    Stroke s(50, 50, 250, 50);
+    EXPECT_EQ(t.DrawPathBevelEmboss(v, KVBrushRoundPen, s.Begin(), 12, LGuiColor(), bevel,
+                                    KVBox(50, 50, 250, 50), nullptr),
+              LProcessResultOk);
+    EXPECT_GT(FindInk(t, 0).Width(), 190);
+    EXPECT_EQ(t.DrawTextBevelEmboss(v, "Lit", 40, true, false, false, "Sans", LAlignmentXLeft,
+                                    KVBox(50, 150, 250, 250), bevel),
+              LProcessResultOk);
+    EXPECT_GT(FindInk(t, 0).y2, 150);
+    ErrorProcess process;
+    EXPECT_EQ(t.DrawPathBevelEmboss(process, KVBrushCrayon, s.Begin(), 12, LGuiColor(), bevel,
+                                    KVBox(50, 50, 250, 50), nullptr),
+              LProcessResultError);
 }
