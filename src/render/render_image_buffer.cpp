@@ -180,13 +180,17 @@ void KVRenderImageBuffer::Flush() {
     InstallTransform();
 }
 
-KVRenderImageBuffer* KVRenderImageBuffer::NewChild() {
+KVRenderImageBuffer* KVRenderImageBuffer::NewChild(int width, int height) {
+    if (width == 0 || height == 0) {
+        width = image.width;
+        height = image.height;
+    }
     KVRenderImageBuffer* made = nullptr;
-    if (spare) {
+    if (spare && spare->image.width == width && spare->image.height == height) {
         made = spare;
         spare = nullptr;
     } else {
-        made = new KVRenderImageBuffer(image.width, image.height);
+        made = new KVRenderImageBuffer(width, height);
     }
     delete child;
     child = made;

@@ -14,12 +14,6 @@
 
 class LGuiBrush;
 
-// An effect this version does not draw yet: says so, and gives 2.
-inline LProcessResult KVRenderUnavailable(LProcessInterface& process, const char* what) {
-    process.SetErrorF("%s are not available in this version.", what);
-    return LProcessResultError;
-}
-
 class KVRenderImageBuffer : public KVRenderImage {
 public:
     // The picture is not cleared: whoever makes a target calls Clear.
@@ -41,6 +35,14 @@ public:
     void FinishScale() override { FinishTransform(true); }
     KVRenderImage* BeginTranslate(float x, float y) override;
     void FinishTranslate() override { FinishTransform(true); }
+    // A glow's content is drawn on a child twice this picture's size, with
+    // the element in its middle, so that a glow overhanging the picture is
+    // kept; a glow inside a glow uses a child of the same doubled size.
+    KVRenderImage* BeginInnerGlow(LGuiColorAlpha colour, float size) override;
+    void FinishInnerGlow(LProcessInterface& process) override;
+    KVRenderImage* BeginOuterGlow(LGuiColorAlpha colour, float size) override;
+    void FinishOuterGlow(LProcessInterface& process) override;
+
     // Composes the child into this picture and drops it.
     void FinishTransform(bool flushChild);
 
@@ -233,7 +235,12 @@ private:
     // Blurs a shadow's layer, then draws it with its corner at (x, y).
     LProcessResult BlurAndPlace(LProcessInterface& process, LImageBuffer& layer, int radius,
                                 float x, float y, double blurStart, double blurShare);
-    KVRenderImageBuffer* NewChild();
+    // A child of this picture's size, or of the size given.
+    KVRenderImageBuffer* NewChild(int width = 0, int height = 0);
+    KVRenderImage* BeginGlow(LGuiColorAlpha colour, float size);
+    // The glow's child composed by this target's transform, with the
+    // translation that undoes the child's for the duration.
+    void ComposeGlow();
     LProcessResult FillBoxShape(LProcessInterface& process, const LGuiBrush& fill, float lineWidth,
                                 const LGuiColorAlpha& lineColour, const KVBox& bounds,
                                 bool ellipse);

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -13,6 +14,7 @@
 
 #include "document/shapes.h"
 #include "foundation/line_style.h"
+#include "imaging/image_blur.h"
 #include "render/lighting.h"
 #include "render/render_image_buffer.h"
 #include "support/ink.h"
@@ -356,4 +358,174 @@ TEST(Bevel, StrokesAndTextAreLitAndCrayonsRefused) {
     EXPECT_EQ(t.DrawPathBevelEmboss(process, KVBrushCrayon, s.Begin(), 12, LGuiColor(), bevel,
                                     KVBox(50, 50, 250, 50), nullptr),
               LProcessResultError);
+}
+
+namespace {
+
+const LGuiColorAlpha kGreen(0, 255, 0, 255);
+
+// One element with an outer glow of `strength` on a transparent target.
+void GlowRect(KVRenderImageBuffer& t, const KVBox& box, float strength, bool inner) {
+    LProcessInterfaceVoid v;
+    KVRenderImage* child =
+        inner ? t.BeginInnerGlow(kGreen, strength) : t.BeginOuterGlow(kGreen, strength);
+    ASSERT_NE(child, nullptr);
+    child->FillRect(v, 0, kRed, kRed, box);
+    if (inner)
+        t.FinishInnerGlow(v);
+    else
+        t.FinishOuterGlow(v);
+}
+
+} // namespace
+
+TEST(Glow, WorksOnACanvasTwiceThePictureWithTheElementInItsMiddle) {
+    KVRenderImageBuffer t(100, 80);
+    t.Clear(LPixelColour());
+    auto* outer = static_cast<KVRenderImageBuffer*>(t.BeginOuterGlow(kGreen, 4));
+    ASSERT_NE(outer, nullptr);
+    EXPECT_EQ(outer->GetImage().width, 200);
+    EXPECT_EQ(outer->GetImage().height, 160);
+    EXPECT_EQ(outer->translateX, 50);
+    EXPECT_EQ(outer->translateY, 40);
+    // A glow inside a glow: the same doubled size, moved by a quarter of it.
+    auto* inner = static_cast<KVRenderImageBuffer*>(outer->BeginInnerGlow(kGreen, 4));
+    ASSERT_NE(inner, nullptr);
+    EXPECT_EQ(inner->GetImage().width, 200);
+    EXPECT_EQ(inner->GetImage().height, 160);
+    EXPECT_EQ(inner->translateX, 50);
+    EXPECT_EQ(inner->translateY, 40);
+    LProcessInterfaceVoid v;
+    inner->FillRect(v, 0, kRed, kRed, KVBox(30, 30, 70, 50));
+    outer->FinishInnerGlow(v);
+    t.FinishOuterGlow(v);
+    // Both compose back to where the element was drawn.
+    EXPECT_GT(At(t, 50, 40)[2], 240);
+    EXPECT_GT(At(t, 31, 40)[1], 0);
+    EXPECT_GT(At(t, 27, 40)[1], 0);
+    EXPECT_EQ(At(t, 27, 40)[2], 0);
+}
+
+TEST(Glow, OuterGlowShowsOnlyWhereTheElementIsNotAndInnerBleedsIn) {
+    struct Case {
+        bool inner;
+        int x;
+        bool red, green;
+    } cases[] = {
+        // Outer: the body untouched, the glow around it, none past its reach.
+        {false, 50, true, false},
+        {false, 30, true, false},
+        {false, 26, false, true},
+        {false, 10, false, false},
+        // Inner: the edge tinted, the middle and the outside untouched.
+        {true, 31, true, true},
+        {true, 50, true, false},
+        {true, 26, false, false},
+    };
+    for (const Case& c : cases) {
+        KVRenderImageBuffer t(100, 80);
+        t.Clear(LPixelColour());
+        GlowRect(t, KVBox(30, 20, 70, 60), 3, c.inner);
+        const unsigned char* p = At(t, c.x, 40);
+        const std::string what = std::string(c.inner ? "inner" : "outer") + " at " +
+                                 std::to_string(c.x);
+        EXPECT_EQ(p[2] > 0, c.red) << what;
+        EXPECT_EQ(p[1] > 0, c.green) << what;
+        if (!c.inner && c.red) {
+            EXPECT_EQ(p[1], 0) << what;
+        }
+    }
+}
+
+TEST(Glow, AGlowOverhangingThePictureIsKeptAsInTheMiddleOfALargerOne) {
+    // The same element at the right edge of a narrow picture and in the
+    // middle of a wide one: the part that shows is the same, pixel for pixel.
+    KVRenderImageBuffer narrow(100, 80), wide(300, 80);
+    narrow.Clear(LPixelColour());
+    wide.Clear(LPixelColour());
+    GlowRect(narrow, KVBox(80, 20, 120, 60), 6, false);
+    GlowRect(wide, KVBox(180, 20, 220, 60), 6, false);
+    narrow.Flush();
+    wide.Flush();
+    for (int y = 0; y < 80; ++y)
+        ASSERT_EQ(std::memcmp(narrow.GetImage().GetPictureRow(y),
+                              wide.GetImage().GetPictureRow(y) + 100 * 4, 100 * 4),
+                  0)
+            << "row " << y;
+    // The glow reaches the picture's edge above the element.
+    EXPECT_GT(At(narrow, 99, 15)[1], 0);
+}
+
+TEST(Glow, TheOuterGlowIsTheWholeCanvasMaskBlurred) {
+    // The glow worked out the long way: a mask of the whole doubled canvas,
+    // blurred as a whole, laid where the element is not.
+    const KVBox box(40, 30, 60, 45);
+    const float strength = 5;
+    KVRenderImageBuffer t(100, 80);
+    t.Clear(LPixelColour());
+    GlowRect(t, box, strength, false);
+
+    KVRenderImageBuffer body(200, 160);
+    body.Clear(LPixelColour());
+    LProcessInterfaceVoid v;
+    body.FillRect(v, 0, kRed, kRed, KVBox(box.x1 + 50, box.y1 + 40, box.x2 + 50, box.y2 + 40));
+    body.Flush();
+    LImageBuffer mask;
+    LImage::New(mask, 200, 160, LPixelFormatB8G8R8A8);
+    for (int y = 0; y < 160; ++y)
+        for (int x = 0; x < 200; ++x) {
+            unsigned char* m = mask.GetPictureRow(y) + x * 4;
+            const unsigned char* b = body.GetImage().GetPictureRow(y) + x * 4;
+            m[0] = m[2] = 0;
+            m[1] = 255;
+            m[3] = (b[0] | b[1] | b[2] | b[3]) ? 255 : 0;
+        }
+    LImageBlurSettings blur(mask, 5);
+    ASSERT_EQ(Process(v, blur), LProcessResultOk);
+    for (int y = 0; y < 80; ++y)
+        for (int x = 0; x < 100; ++x) {
+            const unsigned char* b = body.GetImage().GetPictureRow(y + 40) + (x + 50) * 4;
+            const unsigned char* m = mask.GetPictureRow(y + 40) + (x + 50) * 4;
+            const unsigned char* want = (b[3] == 0 && m[3] != 0) ? m : b;
+            const unsigned char* got = At(t, x, y);
+            ASSERT_EQ(std::memcmp(got, want, 4), 0) << x << "," << y;
+        }
+}
+
+TEST(Glow, AStoppedGlowLeavesTheElementOut) {
+    struct Stopped : LProcessInterfaceVoid {
+        bool IsToStop() override { return true; }
+    } stopped;
+    for (bool inner : {false, true}) {
+        KVRenderImageBuffer t(100, 80);
+        t.Clear(LPixelColour());
+        LProcessInterfaceVoid v;
+        KVRenderImage* child = inner ? t.BeginInnerGlow(kGreen, 3) : t.BeginOuterGlow(kGreen, 3);
+        ASSERT_NE(child, nullptr);
+        child->FillRect(v, 0, kRed, kRed, KVBox(30, 20, 70, 60));
+        if (inner)
+            t.FinishInnerGlow(stopped);
+        else
+            t.FinishOuterGlow(stopped);
+        EXPECT_FALSE(FindInk(t, 0).Any()) << (inner ? "inner" : "outer");
+    }
+}
+
+TEST(Glow, AnElementWithBothGlowsHasItsInnerGlowInsideAndTheOuterOutside) {
+    KVRectangleElementProperties p;
+    p.SetRectangle({30, 20, 70, 60});
+    p.SetFill(kRed);
+    p.SetInnerGlow(KVGlow{LGuiColorAlpha(0, 0, 255, 255), 3});
+    p.SetOuterGlow(KVGlow{kGreen, 3});
+    KVRectangleElement element(p);
+    KVRenderImageBuffer t(100, 80);
+    t.Clear(LPixelColour());
+    LProcessInterfaceVoid v;
+    ASSERT_EQ(element.Render(v, t), LProcessResultOk);
+    // Inside the edge: red tinted blue; outside: green only.
+    EXPECT_GT(At(t, 31, 40)[0], 0);
+    EXPECT_EQ(At(t, 31, 40)[1], 0);
+    EXPECT_GT(At(t, 27, 40)[1], 0);
+    EXPECT_EQ(At(t, 27, 40)[0], 0);
+    EXPECT_EQ(At(t, 50, 40)[2], 255);
 }
