@@ -83,6 +83,52 @@ void AddStrokes(KVImage& image, KVLayer* layer) {
                         false);
 }
 
+// Every shape kind and a pen with every effect, at values past what the
+// panels offer: grown and far-off shadows, wide bevels, translucent glows
+// wider than the picture, and a turned shape whose glow goes through the
+// rotation's child.
+void AddEffects(KVImage& image, KVLayer* layer) {
+    auto effects = [](auto& p, int i) {
+        p.SetShadow(KVDropShadow{i * 60, -40 + i * 30, 90 - i * 20, i * 150});
+        p.SetBevelEmboss(KVBevelEmboss{2 + i * 15});
+        p.SetInnerGlow(KVGlow{LGuiColorAlpha(255, 220, 0, static_cast<unsigned char>(60 * i)),
+                              3.0f + i * 40});
+        p.SetOuterGlow(KVGlow{LGuiColorAlpha(0, 200, 60, 128), 1.0f + i * 70});
+    };
+    KVRectangleElementProperties r;
+    r.SetRectangle({10, 10, 60, 40});
+    r.SetRotationDegrees(30);
+    r.SetFill(LGuiColorAlpha(10, 200, 30, 200));
+    effects(r, 0);
+    image.AddNewElement(new KVRectangleElement(r), layer, false, false);
+    KVEllipseElementProperties e;
+    e.SetBounds({150, 60, 230, 120});
+    e.lineWidth = 6;
+    effects(e, 1);
+    image.AddNewElement(new KVEllipseElement(e), layer, false, false);
+    KVTriangleElementProperties t;
+    t.corner = 1;
+    t.SetBounds({70, 20, 110, 90});
+    t.SetGradient(KVGradient({0, 0}, {1, 1}, LGuiColorAlpha(255, 0, 0, 255),
+                             LGuiColorAlpha(0, 0, 255, 255)));
+    effects(t, 2);
+    image.AddNewElement(new KVTriangleElement(t), layer, false, false);
+    KVPolygonElementProperties p;
+    p.sides = 7;
+    p.SetBounds({120, 5, 180, 50});
+    effects(p, 3);
+    image.AddNewElement(new KVPolygonElement(p), layer, false, false);
+    KVPenElementProperties pen;
+    pen.width = 9;
+    pen.path.Set(new KVDrawPath(200, 100, nullptr));
+    for (int i = 0; i < 6; ++i)
+        pen.path->AddCoord(new KVDrawCoord(10.0f + 30.0f * i, 70.0f + ((i % 2) ? 15.0f : 0.0f)));
+    InterpolateDrawPath(*pen.path, pen.curviness, false);
+    pen.SetFill(LGuiColorAlpha(1, 2, 3, 255));
+    effects(pen, 1);
+    image.AddNewElement(new KVPenElement(pen), layer, false, false);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -92,12 +138,14 @@ int main(int argc, char** argv) {
     }
     const std::string folder = argv[1];
     LProcessInterfaceVoid process;
-    // 0 and 1: shapes, 2: freehand strokes.
-    for (int variant = 0; variant < 3; ++variant) {
+    // 0 and 1: shapes, 2: freehand strokes, 3: every effect on every kind.
+    for (int variant = 0; variant < 4; ++variant) {
         KVProject project("seed");
         auto* image = new KVImage("seed", 200, 100, 72, LPixelColour(255, 255, 255, 255));
         KVLayer* layer = project.AddNewImage(image);
-        if (variant == 2)
+        if (variant == 3)
+            AddEffects(*image, layer);
+        else if (variant == 2)
             AddStrokes(*image, layer);
         else
             AddShapes(*image, layer, variant == 1);

@@ -17,7 +17,7 @@ namespace {
 
 // The bevel reaches its size, or twice the outline's width when that is more.
 int BevelMargin(float lineWidth, const KVBevelEmboss& bevel) {
-    return std::max(static_cast<int>(2 * lineWidth), bevel.size);
+    return static_cast<int>(std::max(KVWholePixels(2 * lineWidth), static_cast<long>(bevel.size)));
 }
 
 LGuiSolidBrush Black(unsigned char alpha) {

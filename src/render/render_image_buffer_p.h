@@ -22,6 +22,16 @@ inline LPaintPixels KVPaintPixels(const LImageBuffer& picture) {
     return pixels;
 }
 
+// A length cut to whole pixels, toward zero; lengths from a file that no
+// picture could hold (or no number at all) come out as a size that every
+// layer refuses, instead of overflowing.
+inline long KVWholePixels(float length) {
+    constexpr float kBeyondAnyPicture = 1e6f;
+    if (!(length > -kBeyondAnyPicture && length < kBeyondAnyPicture))
+        return static_cast<long>(kBeyondAnyPicture);
+    return static_cast<long>(length);
+}
+
 // How a text element lays out its lines: wrapped at the box, not trimmed.
 inline LDrawTextFormat KVElementTextFormat(LAlignmentX align) {
     LDrawTextFormat format;

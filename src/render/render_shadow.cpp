@@ -107,8 +107,8 @@ LProcessResult KVRenderImageBuffer::DrawRectShadow(LProcessInterface& process,
     const float f = Growth(shadow);
     const float sw = bounds.GetWidth() * f, sh = bounds.GetHeight() * f;
     const float edge = 2.0f * static_cast<float>(r);
-    return PlaceShadow(process, bounds, shadow, Round(sw) + 4 * r + Round(lineWidth),
-                       Round(sh) + 4 * r + Round(lineWidth), r, Round(lineWidth / 2) + 2 * r,
+    return PlaceShadow(process, bounds, shadow, Round(sw) + 4L * r + Round(lineWidth),
+                       Round(sh) + 4L * r + Round(lineWidth), r, Round(lineWidth / 2) + 2L * r,
                        [&](LPaintContext& c) {
                            const LGuiSolidBrush black(kShadowBlack);
                            if (hasFill)
@@ -130,8 +130,8 @@ LProcessResult KVRenderImageBuffer::DrawEllipseShadow(LProcessInterface& process
     const float f = Growth(shadow);
     const float sw = bounds.GetWidth() * f, sh = bounds.GetHeight() * f;
     const float edge = 2.0f * static_cast<float>(r);
-    return PlaceShadow(process, bounds, shadow, Round(sw) + 4 * r + Round(lineWidth),
-                       Round(sh) + 4 * r + Round(lineWidth), r, Round(lineWidth / 2) + 2 * r,
+    return PlaceShadow(process, bounds, shadow, Round(sw) + 4L * r + Round(lineWidth),
+                       Round(sh) + 4L * r + Round(lineWidth), r, Round(lineWidth / 2) + 2L * r,
                        [&](LPaintContext& c) {
                            const LGuiSolidBrush black(kShadowBlack);
                            if (hasFill)
@@ -154,8 +154,8 @@ LProcessResult KVRenderImageBuffer::DrawPolyShadow(LProcessInterface& process, K
     const float f = Growth(shadow);
     const float sw = bounds.GetWidth() * f, sh = bounds.GetHeight() * f;
     const float move = 2.0f * static_cast<float>(r) + lineWidth / 2;
-    return PlaceShadow(process, bounds, shadow, Round(sw) + 4 * r + Round(lineWidth),
-                       Round(sh) + 4 * r + Round(lineWidth), r, Round(lineWidth / 2) + 2 * r,
+    return PlaceShadow(process, bounds, shadow, Round(sw) + 4L * r + Round(lineWidth),
+                       Round(sh) + 4L * r + Round(lineWidth), r, Round(lineWidth / 2) + 2L * r,
                        [&](LPaintContext& c) {
                            LArray<KVPoint> placed;
                            for (unsigned long i = 0; i < pointCount; ++i)
@@ -183,11 +183,11 @@ LProcessResult KVRenderImageBuffer::DrawPathShadow(LProcessInterface& process,
     const int r = shadow.GetHardnessRadius(bounds);
     const float f = static_cast<float>(shadow.size) / 100.0f + 1.0f;
     const float grow = shadow.size != 0 ? f : 1.0f;
-    const long pad = static_cast<long>(width) + 2 * r;
+    const long pad = KVWholePixels(width) + 2L * r;
     LImageBuffer layer;
     if (LProcessResult res = MakeLayer(process, layer,
-                                       Round((bounds.GetWidth() + 2 * width) * grow) + 4 * r,
-                                       Round((bounds.GetHeight() + 2 * width) * grow) + 4 * r))
+                                       Round((bounds.GetWidth() + 2 * width) * grow) + 4L * r,
+                                       Round((bounds.GetHeight() + 2 * width) * grow) + 4L * r))
         return res;
     {
         LImageBufferPainter painter(layer);
