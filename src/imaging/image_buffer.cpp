@@ -26,10 +26,10 @@ unsigned long LImageFormat::CalculateBufferSize() const {
     return size < 0 || size > 0xFFFFFFFFll ? 0 : static_cast<unsigned long>(size);
 }
 
-LImageBufferStoreHeap::LImageBufferStoreHeap(unsigned long wanted) {
+LImageBufferStoreHeap::LImageBufferStoreHeap(unsigned long wanted, bool zeroed) {
     if (wanted == 0)
         return;
-    raw = std::malloc(wanted + 16);
+    raw = zeroed ? std::calloc(wanted + 16, 1) : std::malloc(wanted + 16);
     if (!raw)
         return;
     size = wanted;
@@ -47,16 +47,18 @@ void LImageBuffer::Assign(LImageBuffer& other) {
     other.Destroy();
 }
 
-void LImageBuffer::AllocateNewBuffer(const LImageFormat& f) {
+void LImageBuffer::AllocateNewBuffer(const LImageFormat& f, bool zeroed) {
     static_cast<LImageFormat&>(*this) = f;
     const std::int64_t size = CalculateBufferSize64();
     if (size < 0 || size >= 0xFFFFFFFFll) {
         store.Reset();
         return;
     }
-    if (store && store->IsCompatibleStore(LImageBufferStoreHeap::kStoreID, static_cast<long>(size)))
+    // A kept store has old pixels: a zeroed picture takes a fresh one.
+    if (!zeroed && store &&
+        store->IsCompatibleStore(LImageBufferStoreHeap::kStoreID, static_cast<long>(size)))
         return;
-    auto* heap = new LImageBufferStoreHeap(static_cast<unsigned long>(size));
+    auto* heap = new LImageBufferStoreHeap(static_cast<unsigned long>(size), zeroed);
     store.Set(heap);
     if (!heap->HasMemory())
         Destroy();
@@ -115,7 +117,9 @@ void LImageBufferCopy(LImageBuffer& to, const LImageBuffer& from) {
 
 namespace LImage {
 
-void New(LImageBuffer& buffer, int width, int height, pixelformat_t format) {
+namespace {
+
+void Allocate(LImageBuffer& buffer, int width, int height, pixelformat_t format, bool zeroed) {
     LImageFormat f;
     f.format = format;
     f.width = width;
@@ -123,7 +127,17 @@ void New(LImageBuffer& buffer, int width, int height, pixelformat_t format) {
     f.SetDefaultAlignment();
     if (width < 0 || height < 0)
         f.stride = 0; // no negative pictures, and no negative sizes to allocate
-    buffer.AllocateNewBuffer(f);
+    buffer.AllocateNewBuffer(f, zeroed);
+}
+
+} // namespace
+
+void New(LImageBuffer& buffer, int width, int height, pixelformat_t format) {
+    Allocate(buffer, width, height, format, false);
+}
+
+void NewTransparent(LImageBuffer& buffer, int width, int height, pixelformat_t format) {
+    Allocate(buffer, width, height, format, true);
 }
 
 namespace {

@@ -74,7 +74,9 @@ class LImageBufferStoreHeap : public LImageBufferStore {
 public:
     static constexpr int kStoreID = 1;
 
-    explicit LImageBufferStoreHeap(unsigned long size);
+    // `zeroed`: all bytes 0, from the system's zero pages where it gives
+    // them, which take memory only once they are written.
+    explicit LImageBufferStoreHeap(unsigned long size, bool zeroed = false);
     ~LImageBufferStoreHeap() override;
     LImageBufferStoreHeap(const LImageBufferStoreHeap&) = delete;
     LImageBufferStoreHeap& operator=(const LImageBufferStoreHeap&) = delete;
@@ -110,7 +112,7 @@ public:
     // Keeps the format; keeps a compatible store (its old pixels stay),
     // otherwise makes a new one. A size beyond 32 bits or refused memory
     // leaves the buffer invalid.
-    void AllocateNewBuffer(const LImageFormat& f);
+    void AllocateNewBuffer(const LImageFormat& f, bool zeroed = false);
     void Destroy();
 
     bool IsValid() const {
@@ -159,6 +161,9 @@ enum ResizeFilter : int {
 
 // A fresh top-down, default-aligned picture; invalid if it cannot be had.
 void New(LImageBuffer& buffer, int width, int height, pixelformat_t format);
+// The same, all transparent: a large picture of which only a part is ever
+// drawn on costs memory for that part alone.
+void NewTransparent(LImageBuffer& buffer, int width, int height, pixelformat_t format);
 
 // src over dst, premultiplied, with the fast >> 8 form. Both rectangles are
 // clipped to their pictures and to each other; any formats.

@@ -52,8 +52,8 @@ unsigned long GlowRadius(float size) {
 
 KVRenderImage* KVRenderImageBuffer::BeginGlow(LGuiColorAlpha colour, float size) {
     const bool nested = glowSize != 0;
-    KVRenderImageBuffer* c =
-        nested ? NewChild() : NewChild(2 * image.width, 2 * image.height);
+    KVRenderImageBuffer* c = nested ? NewChild(image.width, image.height, true)
+                                    : NewChild(2 * image.width, 2 * image.height, true);
     if (!c->HasSurface()) {
         // No room for the glow: the element is drawn here, without it.
         delete child;

@@ -27,8 +27,12 @@ LGuiBrushGradientLinear FlatBrush(const LGuiColorAlpha& colour) {
 
 } // namespace
 
-KVRenderImageBuffer::KVRenderImageBuffer(int width, int height) {
-    LImage::New(image, width, height, LPixelFormatB8G8R8A8);
+KVRenderImageBuffer::KVRenderImageBuffer(int width, int height, bool transparent)
+    : clean(transparent) {
+    if (transparent)
+        LImage::NewTransparent(image, width, height, LPixelFormatB8G8R8A8);
+    else
+        LImage::New(image, width, height, LPixelFormatB8G8R8A8);
     painter = std::make_unique<LImageBufferPainter>(image);
     // Shapes are smooth on every output; the painter starts without.
     if (painter->IsValid())
@@ -180,17 +184,17 @@ void KVRenderImageBuffer::Flush() {
     InstallTransform();
 }
 
-KVRenderImageBuffer* KVRenderImageBuffer::NewChild(int width, int height) {
-    if (width == 0 || height == 0) {
-        width = image.width;
-        height = image.height;
-    }
+KVRenderImageBuffer* KVRenderImageBuffer::NewChild() {
+    return NewChild(image.width, image.height, false);
+}
+
+KVRenderImageBuffer* KVRenderImageBuffer::NewChild(int width, int height, bool transparent) {
     KVRenderImageBuffer* made = nullptr;
     if (spare && spare->image.width == width && spare->image.height == height) {
         made = spare;
         spare = nullptr;
     } else {
-        made = new KVRenderImageBuffer(width, height);
+        made = new KVRenderImageBuffer(width, height, transparent);
     }
     delete child;
     child = made;

@@ -16,8 +16,10 @@ class LGuiBrush;
 
 class KVRenderImageBuffer : public KVRenderImage {
 public:
-    // The picture is not cleared: whoever makes a target calls Clear.
-    KVRenderImageBuffer(int width, int height);
+    // The picture is not cleared: whoever makes a target calls Clear. A
+    // `transparent` one starts cleared, and a large one takes memory only
+    // where it is drawn on, as a glow's child does.
+    KVRenderImageBuffer(int width, int height, bool transparent = false);
     ~KVRenderImageBuffer() override;
     KVRenderImageBuffer(const KVRenderImageBuffer&) = delete;
     KVRenderImageBuffer& operator=(const KVRenderImageBuffer&) = delete;
@@ -235,8 +237,10 @@ private:
     // Blurs a shadow's layer, then draws it with its corner at (x, y).
     LProcessResult BlurAndPlace(LProcessInterface& process, LImageBuffer& layer, int radius,
                                 float x, float y, double blurStart, double blurShare);
-    // A child of this picture's size, or of the size given.
-    KVRenderImageBuffer* NewChild(int width = 0, int height = 0);
+    // A child of this picture's size, or of the size given; a transparent
+    // one needs no clear, and so takes memory only where it is drawn on.
+    KVRenderImageBuffer* NewChild();
+    KVRenderImageBuffer* NewChild(int width, int height, bool transparent);
     KVRenderImage* BeginGlow(LGuiColorAlpha colour, float size);
     // The glow's child composed by this target's transform, with the
     // translation that undoes the child's for the duration.
