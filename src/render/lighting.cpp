@@ -28,6 +28,10 @@ namespace {
 
 constexpr float kDegrees = 3.1415927f / 180.0f;
 
+struct Highlight {
+    int red = 0, green = 0, blue = 0, alpha = 0;
+};
+
 int BorderClass(int i, int n) {
     if (i == 0)
         return 0;
@@ -101,6 +105,23 @@ LProcessResult Process(LProcessInterface& process, KVSpeLgting& job) {
     const float k = -(job.depth / 255.0f);
     const float divisor = static_cast<float>(job.divisor);
 
+    // The highlight of a normal (nx, ny, 1).
+    auto shine = [&](float nx, float ny, Highlight& into) -> const Highlight& {
+        KVSpeLgt3DVector normal{nx, ny, 1.0f};
+        normal.Normalize();
+        const float d = normal.Dot(half);
+        const double spec =
+            d > 0 ? std::pow(static_cast<double>(d), static_cast<double>(job.exponent)) : 0.0;
+        auto channel = [&](float c) { return std::clamp(static_cast<int>(spec * c), 0, 255); };
+        into.red = channel(colour.x);
+        into.green = channel(colour.y);
+        into.blue = channel(colour.z);
+        into.alpha = std::max({into.red, into.green, into.blue});
+        return into;
+    };
+    Highlight flat, scratch;
+    shine(0.0f, 0.0f, flat);
+
     for (int y = 0; y < height; ++y) {
         const int cy = BorderClass(y, height);
         const unsigned char* rows[3] = {
@@ -109,6 +130,13 @@ LProcessResult Process(LProcessInterface& process, KVSpeLgting& job) {
         const unsigned char* shape = source.GetPictureRow(y);
         unsigned char* out = job.target->GetPictureRow(y);
         for (int x = 0; x < width; ++x) {
+            const int cover = shape[x * 4 + 3];
+            // The light is multiplied by the shape's own alpha: outside the
+            // shape there is none to work out.
+            if (cover == 0) {
+                std::memset(out + x * 4, 0, 4);
+                continue;
+            }
             const int cx = BorderClass(x, width);
             float gx = 0, gy = 0;
             for (int i = 0; i < 3; ++i) {
@@ -123,20 +151,15 @@ LProcessResult Process(LProcessInterface& process, KVSpeLgting& job) {
                     gy += KVSpeLgtKx[cx][cy][j][i] * a;
                 }
             }
-            KVSpeLgt3DVector normal{gx * k * KVSpeLgtFactorx[cy][cx] / divisor,
-                                    gy * k * KVSpeLgtFactorx[cx][cy] / divisor, 1.0f};
-            normal.Normalize();
-            const float d = normal.Dot(half);
-            const double spec = d > 0 ? std::pow(static_cast<double>(d),
-                                                 static_cast<double>(job.exponent))
-                                      : 0.0;
-            auto channel = [&](float c) {
-                return std::clamp(static_cast<int>(spec * c), 0, 255);
-            };
-            const int red = channel(colour.x), green = channel(colour.y),
-                      blue = channel(colour.z);
-            const int alpha = std::max({red, green, blue});
-            const int cover = shape[x * 4 + 3];
+            // Where the shape is flat, as over most of it, the light is the
+            // same everywhere and is worked out once.
+            const Highlight& light = gx == 0 && gy == 0
+                                         ? flat
+                                         : shine(gx * k * KVSpeLgtFactorx[cy][cx] / divisor,
+                                                 gy * k * KVSpeLgtFactorx[cx][cy] / divisor,
+                                                 scratch);
+            const int red = light.red, green = light.green, blue = light.blue,
+                      alpha = light.alpha;
             out[x * 4 + 0] = static_cast<unsigned char>(blue * cover / 255);
             out[x * 4 + 1] = static_cast<unsigned char>(green * cover / 255);
             out[x * 4 + 2] = static_cast<unsigned char>(red * cover / 255);
