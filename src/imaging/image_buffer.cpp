@@ -6,6 +6,7 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#include <immintrin.h>
 #endif
 
 #include "imaging/image_iterator.h"
@@ -202,8 +203,59 @@ inline __m128i CompositeTwo(__m128i s16, __m128i d16) {
 }
 #endif
 
+#if defined(__x86_64__)
+// The same two-pixel rule on eight pixels at once, for processors that have
+// the wider registers; each 128-bit half works as CompositeTwo does.
+__attribute__((target("avx2"))) inline __m256i CompositeTwoWide(__m256i s16, __m256i d16) {
+    const __m256i alphaLanes = _mm256_set_epi16(-1, 0, 0, 0, -1, 0, 0, 0, -1, 0, 0, 0, -1, 0, 0, 0);
+    const __m256i sa = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(s16, _MM_SHUFFLE(3, 3, 3, 3)),
+                                              _MM_SHUFFLE(3, 3, 3, 3));
+    const __m256i product = _mm256_mullo_epi16(sa, d16);
+    const __m256i colour = _mm256_sub_epi16(d16, _mm256_srli_epi16(product, 8));
+    const __m256i share =
+        _mm256_srli_epi16(_mm256_mulhi_epu16(product, _mm256_set1_epi16(-32639)), 7);
+    const __m256i alpha = _mm256_sub_epi16(_mm256_add_epi16(sa, d16), share);
+    return _mm256_or_si256(_mm256_and_si256(alphaLanes, alpha),
+                           _mm256_andnot_si256(alphaLanes, colour));
+}
+
+// Eight pixels a step; answers how many are left for the narrower loop.
+__attribute__((target("avx2"))) int CompositeRowWide(unsigned char* __restrict d,
+                                                     const unsigned char* __restrict s, int count) {
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i colourBytes = _mm256_set1_epi32(0x00FFFFFF);
+    for (; count >= 8; count -= 8, d += 32, s += 32) {
+        __m256i sv, dv;
+        std::memcpy(&sv, s, 32);
+        std::memcpy(&dv, d, 32);
+        const __m256i low =
+            CompositeTwoWide(_mm256_unpacklo_epi8(sv, zero), _mm256_unpacklo_epi8(dv, zero));
+        const __m256i high =
+            CompositeTwoWide(_mm256_unpackhi_epi8(sv, zero), _mm256_unpackhi_epi8(dv, zero));
+        const __m256i out = _mm256_adds_epu8(_mm256_packus_epi16(low, high),
+                                             _mm256_and_si256(sv, colourBytes));
+        std::memcpy(d, &out, 32);
+    }
+    return count;
+}
+
+bool HasWideRegisters() {
+    // Asked once; the processor's features are read before the first answer.
+    static const bool has = (__builtin_cpu_init(), __builtin_cpu_supports("avx2"));
+    return has;
+}
+#endif
+
 // Format 0 over format 0 without the per-pixel calls; the same arithmetic.
 void CompositeRow(unsigned char* __restrict d, const unsigned char* __restrict s, int count) {
+#if defined(__x86_64__)
+    if (HasWideRegisters()) {
+        const int left = CompositeRowWide(d, s, count);
+        d += 4l * (count - left);
+        s += 4l * (count - left);
+        count = left;
+    }
+#endif
 #if defined(__SSE2__)
     const __m128i zero = _mm_setzero_si128();
     const __m128i colourBytes = _mm_set1_epi32(0x00FFFFFF);
