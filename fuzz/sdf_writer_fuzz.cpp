@@ -17,7 +17,7 @@ constexpr int kMaxDepth = 24;
 // A script of some hundred steps already nests as deep as the writer allows
 // and passes every buffer many times; a longer one only costs time, in system
 // calls of the plain file above all. The rest of a longer input is ignored.
-constexpr std::size_t kMaxScript = 2048;
+constexpr std::size_t kMaxScript = 1024;
 // Blobs come small (across the small buffers) or a little larger than the
 // largest buffer; all of them together stay under twice that.
 constexpr std::size_t kLargestBlob = LWriteFileBuffered::kDefaultBufferSize + 4096;
