@@ -89,28 +89,52 @@ void KVRenderImageBuffer::ComposeGlow() {
     translateY = oldY;
 }
 
-void KVRenderImageBuffer::FinishOuterGlow(LProcessInterface& process) {
-    if (!child)
-        return;
+void KVRenderImageBuffer::DropChild() {
+    delete child;
+    child = nullptr;
+}
+
+bool KVRenderImageBuffer::BlurGlowMask(LProcessInterface& process,
+                                       const unsigned char (&colour)[3], unsigned char blank,
+                                       unsigned char drawn, LImageBuffer& mask, int (&area)[4]) {
     KVRenderImageBuffer& c = *child;
     c.Flush();
     if (!c.touched) {
         ComposeGlow();
-        return;
+        return false;
     }
     LImageBuffer& pixels = c.image;
     LImageBlurSettings unused(pixels);
     const unsigned long radius = GlowRadius(c.glowSize);
-    const GlowArea area = Reach(c.touchX1, c.touchY1, c.touchX2, c.touchY2, pixels.width,
-                                pixels.height, radius, unused.passes);
-    LImageBuffer mask;
-    LImage::New(mask, area.Width(), area.Height(), LPixelFormatB8G8R8A8);
+    const GlowArea reach = Reach(c.touchX1, c.touchY1, c.touchX2, c.touchY2, pixels.width,
+                                 pixels.height, radius, unused.passes);
+    LImage::New(mask, reach.Width(), reach.Height(), LPixelFormatB8G8R8A8);
     if (!mask.IsValid()) {
         process.SetError("Not enough memory for the glow.");
-        delete child;
-        child = nullptr;
-        return;
+        DropChild();
+        return false;
     }
+    for (int y = 0; y < mask.height; ++y) {
+        const unsigned char* from = pixels.GetPictureRow(reach.y1 + y) + reach.x1 * 4;
+        unsigned char* to = mask.GetPictureRow(y);
+        for (int x = 0; x < mask.width; ++x, from += 4, to += 4) {
+            std::memcpy(to, colour, 3);
+            to[3] = IsBlank(from) ? blank : drawn;
+        }
+    }
+    LImageBlurSettings blur(mask, radius);
+    if (process.IsToStop() || Process(process, blur) != LProcessResultOk || process.IsToStop()) {
+        DropChild();
+        return false;
+    }
+    area[0] = reach.x1, area[1] = reach.y1, area[2] = reach.x2, area[3] = reach.y2;
+    return true;
+}
+
+void KVRenderImageBuffer::FinishOuterGlow(LProcessInterface& process) {
+    if (!child)
+        return;
+    KVRenderImageBuffer& c = *child;
     // The glow's transparency is carried in its colour, premultiplied by the
     // glow's alpha, while the mask's alpha is that of this target's own glow
     // (opaque on a plain target).
@@ -119,39 +143,23 @@ void KVRenderImageBuffer::FinishOuterGlow(LProcessInterface& process) {
     const unsigned char colour[3] = {static_cast<unsigned char>(Round(g.Blue8() * a)),
                                      static_cast<unsigned char>(Round(g.Green8() * a)),
                                      static_cast<unsigned char>(Round(g.Red8() * a))};
-    for (int y = 0; y < mask.height; ++y) {
-        const unsigned char* from = pixels.GetPictureRow(area.y1 + y) + area.x1 * 4;
-        unsigned char* to = mask.GetPictureRow(y);
-        for (int x = 0; x < mask.width; ++x, from += 4, to += 4) {
-            std::memcpy(to, colour, 3);
-            to[3] = IsBlank(from) ? 0 : glowColour.alpha;
-        }
-    }
-    if (process.IsToStop()) {
-        delete child;
-        child = nullptr;
+    LImageBuffer mask;
+    int area[4];
+    if (!BlurGlowMask(process, colour, 0, glowColour.alpha, mask, area))
         return;
-    }
-    LImageBlurSettings blur(mask, radius);
-    if (Process(process, blur) != LProcessResultOk || process.IsToStop()) {
-        delete child;
-        child = nullptr;
-        return;
-    }
     // The glow lives only where the element is not.
     for (int y = 0; y < mask.height; ++y) {
-        unsigned char* to = pixels.GetPictureRow(area.y1 + y) + area.x1 * 4;
+        unsigned char* to = c.image.GetPictureRow(area[1] + y) + area[0] * 4;
         const unsigned char* from = mask.GetPictureRow(y);
         for (int x = 0; x < mask.width; ++x, from += 4, to += 4)
             if (IsBlank(to) && from[3] != 0)
                 std::memcpy(to, from, 4);
     }
     if (process.IsToStop()) {
-        delete child;
-        child = nullptr;
+        DropChild();
         return;
     }
-    c.TouchPixels(area.x1, area.y1, area.x2, area.y2);
+    c.TouchPixels(area[0], area[1], area[2], area[3]);
     ComposeGlow();
 }
 
@@ -159,51 +167,18 @@ void KVRenderImageBuffer::FinishInnerGlow(LProcessInterface& process) {
     if (!child)
         return;
     KVRenderImageBuffer& c = *child;
-    c.Flush();
-    if (!c.touched) {
-        ComposeGlow();
-        return;
-    }
-    LImageBuffer& pixels = c.image;
-    LImageBlurSettings unused(pixels);
-    const unsigned long radius = GlowRadius(c.glowSize);
-    const GlowArea area = Reach(c.touchX1, c.touchY1, c.touchX2, c.touchY2, pixels.width,
-                                pixels.height, radius, unused.passes);
-    LImageBuffer mask;
-    LImage::New(mask, area.Width(), area.Height(), LPixelFormatB8G8R8A8);
-    if (!mask.IsValid()) {
-        process.SetError("Not enough memory for the glow.");
-        delete child;
-        child = nullptr;
-        return;
-    }
     // Solid glow outside the element, clear inside; not premultiplied, as
     // the mixing below takes the colour at its full strength.
     const LGuiColorAlpha& g = c.glowColour;
     const unsigned char colour[3] = {g.Blue8(), g.Green8(), g.Red8()};
-    for (int y = 0; y < mask.height; ++y) {
-        const unsigned char* from = pixels.GetPictureRow(area.y1 + y) + area.x1 * 4;
-        unsigned char* to = mask.GetPictureRow(y);
-        for (int x = 0; x < mask.width; ++x, from += 4, to += 4) {
-            std::memcpy(to, colour, 3);
-            to[3] = IsBlank(from) ? 255 : 0;
-        }
-    }
-    if (process.IsToStop()) {
-        delete child;
-        child = nullptr;
+    LImageBuffer mask;
+    int area[4];
+    if (!BlurGlowMask(process, colour, 255, 0, mask, area))
         return;
-    }
-    LImageBlurSettings blur(mask, radius);
-    if (Process(process, blur) != LProcessResultOk || process.IsToStop()) {
-        delete child;
-        child = nullptr;
-        return;
-    }
     // The glow bleeds in from the element's edges.
     for (int y = c.touchY1; y < c.touchY2; ++y) {
-        unsigned char* to = pixels.GetPictureRow(y) + c.touchX1 * 4;
-        const unsigned char* from = mask.GetPictureRow(y - area.y1) + (c.touchX1 - area.x1) * 4;
+        unsigned char* to = c.image.GetPictureRow(y) + c.touchX1 * 4;
+        const unsigned char* from = mask.GetPictureRow(y - area[1]) + (c.touchX1 - area[0]) * 4;
         for (int x = c.touchX1; x < c.touchX2; ++x, from += 4, to += 4) {
             const unsigned m = from[3];
             if (IsBlank(to) || m == 0)
@@ -214,8 +189,7 @@ void KVRenderImageBuffer::FinishInnerGlow(LProcessInterface& process) {
         }
     }
     if (process.IsToStop()) {
-        delete child;
-        child = nullptr;
+        DropChild();
         return;
     }
     ComposeGlow();

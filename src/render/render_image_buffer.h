@@ -245,6 +245,15 @@ private:
     // The glow's child composed by this target's transform, with the
     // translation that undoes the child's for the duration.
     void ComposeGlow();
+    // Both glows start alike: the child flushed, a mask over the element's
+    // box and the glow's reach in `colour`, its alpha `blank` where nothing
+    // was drawn and `drawn` where the element is, then blurred; `area` is
+    // {x1, y1, x2, y2} of the mask in the child. False when the finish ends
+    // here: with nothing drawn the child is composed as it is, out of memory
+    // or stopped it is dropped.
+    bool BlurGlowMask(LProcessInterface& process, const unsigned char (&colour)[3],
+                      unsigned char blank, unsigned char drawn, LImageBuffer& mask, int (&area)[4]);
+    void DropChild();
     LProcessResult FillBoxShape(LProcessInterface& process, const LGuiBrush& fill, float lineWidth,
                                 const LGuiColorAlpha& lineColour, const KVBox& bounds,
                                 bool ellipse);

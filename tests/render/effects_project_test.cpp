@@ -18,6 +18,7 @@
 #include "document/shapes.h"
 #include "persistence/project_file.h"
 #include "render/render_results.h"
+#include "support/project_picture.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -82,24 +83,6 @@ std::unique_ptr<KVProject> Gallery() {
     return project;
 }
 
-LImageBuffer Render(const KVProject& project) {
-    KVProjectPicture work;
-    work.project = &project;
-    LProcessInterfaceVoid v;
-    EXPECT_EQ(Process(v, work), LProcessResultOk);
-    return std::move(work.picture);
-}
-
-void Keep(LImageBuffer& image, const char* name) {
-    const char* folder = std::getenv("KV_PAINT_ORACLE_OUTPUT");
-    if (!folder)
-        return;
-    std::filesystem::create_directories(folder);
-    cairo_surface_t* s = cairo_image_surface_create_for_data(
-        image.GetData(), CAIRO_FORMAT_ARGB32, image.width, image.height, static_cast<int>(image.stride));
-    cairo_surface_write_to_png(s, (std::string(folder) + "/" + name).c_str());
-    cairo_surface_destroy(s);
-}
 
 struct Rgb {
     int red, green, blue;
@@ -117,8 +100,8 @@ Rgb In(const LImageBuffer& image, int column, int row, int x, int y) {
 
 TEST(EffectsProject, EveryKindWithEachEffectRendersAndComesBackFromItsFile) {
     const auto project = Gallery();
-    LImageBuffer picture = Render(*project);
-    Keep(picture, "effects-project.png");
+    LImageBuffer picture = kvtest::RenderProject(*project);
+    kvtest::KeepPicture(picture, "effects-project.png");
     ASSERT_EQ(picture.width, kWidth);
 
     for (int column = 0; column < 2; ++column) {
@@ -165,7 +148,7 @@ TEST(EffectsProject, EveryKindWithEachEffectRendersAndComesBackFromItsFile) {
     ASSERT_EQ(KVProjectFileSave(v, *project, path.c_str()), LProcessResultOk);
     KVProject loaded;
     ASSERT_EQ(KVProjectFileLoad(v, loaded, path.c_str()), LProcessResultOk);
-    const LImageBuffer again = Render(loaded);
+    const LImageBuffer again = kvtest::RenderProject(loaded);
     for (int y = 0; y < kHeight; ++y)
         ASSERT_EQ(std::memcmp(picture.GetPictureRow(y), again.GetPictureRow(y),
                               4 * kCell * 4),

@@ -17,6 +17,7 @@
 #include "persistence/project_file.h"
 #include "render/render_results.h"
 #include "support/ink.h"
+#include "support/project_picture.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -89,22 +90,7 @@ std::unique_ptr<KVProject> Gallery() {
 
 LImageBuffer Render(const KVProject& project) {
     std::srand(5); // stamps are random: the same seed lays the same specks
-    KVProjectPicture work;
-    work.project = &project;
-    LProcessInterfaceVoid v;
-    EXPECT_EQ(Process(v, work), LProcessResultOk);
-    return std::move(work.picture);
-}
-
-void Keep(LImageBuffer& image, const char* name) {
-    const char* folder = std::getenv("KV_PAINT_ORACLE_OUTPUT");
-    if (!folder)
-        return;
-    std::filesystem::create_directories(folder);
-    cairo_surface_t* s = cairo_image_surface_create_for_data(
-        image.GetData(), CAIRO_FORMAT_ARGB32, image.width, image.height, static_cast<int>(image.stride));
-    cairo_surface_write_to_png(s, (std::string(folder) + "/" + name).c_str());
-    cairo_surface_destroy(s);
+    return kvtest::RenderProject(project);
 }
 
 // The ink in a part of the picture: pixels that are not the paper.
@@ -119,7 +105,7 @@ int InkIn(const LImageBuffer& image, int x1, int y1, int x2, int y2) {
 TEST(FreehandProject, EveryKindRendersThroughTheProjectAndComesBackFromItsFile) {
     const auto project = Gallery();
     LImageBuffer picture = Render(*project);
-    Keep(picture, "freehand-project.png");
+    kvtest::KeepPicture(picture, "freehand-project.png");
     ASSERT_EQ(picture.width, kWidth);
     const char* kinds[] = {"pen", "pencil", "crayon", "marker", "brush", "spray"};
     for (int row = 0; row < 6; ++row) {
