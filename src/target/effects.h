@@ -28,7 +28,6 @@ public:
     unsigned long GetStopCount() const { return stopCount; }
     const LGuiColorAlpha& GetStopColor(unsigned long i) const { return colours[i]; }
     float GetStopPosition(unsigned long i) const { return positions[i]; }
-    unsigned long GetStopCapacity() const { return colours.GetCapacity(); }
     // Replaces all stops (the file reader fills a gradient this way).
     void SetStops(const LArray<LGuiColorAlpha>& stopColours, const LArray<float>& stopPositions);
 

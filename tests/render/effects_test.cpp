@@ -379,27 +379,17 @@ void GlowRect(KVRenderImageBuffer& t, const KVBox& box, float strength, bool inn
 
 } // namespace
 
-TEST(Glow, WorksOnACanvasTwiceThePictureWithTheElementInItsMiddle) {
+TEST(Glow, AGlowInsideAGlowComposesBackWhereTheElementWasDrawn) {
     KVRenderImageBuffer t(100, 80);
     t.Clear(LPixelColour());
-    auto* outer = static_cast<KVRenderImageBuffer*>(t.BeginOuterGlow(kGreen, 4));
+    KVRenderImage* outer = t.BeginOuterGlow(kGreen, 4);
     ASSERT_NE(outer, nullptr);
-    EXPECT_EQ(outer->GetImage().width, 200);
-    EXPECT_EQ(outer->GetImage().height, 160);
-    EXPECT_EQ(outer->translateX, 50);
-    EXPECT_EQ(outer->translateY, 40);
-    // A glow inside a glow: the same doubled size, moved by a quarter of it.
-    auto* inner = static_cast<KVRenderImageBuffer*>(outer->BeginInnerGlow(kGreen, 4));
+    KVRenderImage* inner = outer->BeginInnerGlow(kGreen, 4);
     ASSERT_NE(inner, nullptr);
-    EXPECT_EQ(inner->GetImage().width, 200);
-    EXPECT_EQ(inner->GetImage().height, 160);
-    EXPECT_EQ(inner->translateX, 50);
-    EXPECT_EQ(inner->translateY, 40);
     LProcessInterfaceVoid v;
     inner->FillRect(v, 0, kRed, kRed, KVBox(30, 30, 70, 50));
     outer->FinishInnerGlow(v);
     t.FinishOuterGlow(v);
-    // Both compose back to where the element was drawn.
     EXPECT_GT(At(t, 50, 40)[2], 240);
     EXPECT_GT(At(t, 31, 40)[1], 0);
     EXPECT_GT(At(t, 27, 40)[1], 0);
