@@ -11,6 +11,7 @@
 #include "document/project.h"
 #include "document/widget.h"
 #include "support/recording_target.h"
+#include "support/process_log.h"
 
 using kvtest::RecordingTarget;
 using Calls = std::vector<std::string>;
@@ -42,13 +43,6 @@ Points PointsOf(const KVDrawElementBaseProperties& p) {
         out.push_back({it->x, it->y});
     return out;
 }
-
-struct ProgressLog : LProcessInterfaceVoid {
-    void SetProgress(double f) override { values.push_back(f); }
-    bool IsToStop() override { return stop; }
-    std::vector<double> values;
-    bool stop = false;
-};
 
 TEST(FreehandDrive, EachKindAsksTheTargetForItsOwnBrush) {
     KVPencilElementProperties pencil;
@@ -132,8 +126,7 @@ TEST(FreehandDrive, PenPaintsShadowFillStrokeAndBevelInThatOrder) {
     EXPECT_EQ(KVPenElement(filled).Render(v, failing), LProcessResultError);
     EXPECT_EQ(failing.CallsOf(0), Calls{"DrawPathShadow type=0 filled"});
     RecordingTarget stopped;
-    ProgressLog stop;
-    stop.stop = true;
+    kvtest::ProcessLog stop(0);
     EXPECT_EQ(KVPenElement(filled).Render(stop, stopped), LProcessResultStopped);
     EXPECT_EQ(stopped.CallsOf(0), Calls{"DrawPathShadow type=0 filled"});
 }
@@ -155,11 +148,11 @@ TEST(FreehandDrive, PenProgressGivesTheRestToItsEffects) {
     for (const Case& c : cases) {
         RecordingTarget t;
         t.reportProgress = true;
-        ProgressLog log;
+        kvtest::ProcessLog log;
         KVPenElement(c.p).Render(log, t);
-        ASSERT_EQ(log.values.size(), c.ends.size());
+        ASSERT_EQ(log.progress.size(), c.ends.size());
         for (size_t i = 0; i < c.ends.size(); ++i)
-            EXPECT_NEAR(log.values[i], c.ends[i], 1e-9);
+            EXPECT_NEAR(log.progress[i], c.ends[i], 1e-9);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "document/project.h"
+#include "support/process_log.h"
 #include "support/temp_dir.h"
 #include "support/test_element.h"
 
@@ -75,20 +76,12 @@ TEST(Project, WithoutAnImageCommandsDoNothingAndTheNewestImageIsCurrent) {
     EXPECT_EQ(p.GetCurrentImage(), second);
 }
 
-struct StoppingProcess : LProcessInterfaceVoid {
-    bool IsToStop() override { return ++asked > stopAfter; }
-    void SetProgress(double f) override { progress.push_back(f); }
-    int asked = 0;
-    int stopAfter = 1000;
-    std::vector<double> progress;
-};
-
 struct RenderTest : testing::Test {
     KVProject project{"p"};
     KVImage* image = new KVImage("pic", 100, 100, 72, LPixelColour());
     KVLayer* base = project.AddNewImage(image);
     RecordingTarget target;
-    StoppingProcess process;
+    kvtest::ProcessLog process;
 
     BoxElement* Add(KVLayer* l, const char* label) {
         auto* e = new BoxElement(label);

@@ -10,6 +10,7 @@
 #include "document/shapes.h"
 #include "document/widget.h"
 #include "support/recording_target.h"
+#include "support/process_log.h"
 
 using kvtest::RecordingTarget;
 using Calls = std::vector<std::string>;
@@ -30,11 +31,6 @@ template <class P> void AddAllEffects(P& p) {
     outer.strength = 4.0f;
     p.SetOuterGlow(outer);
 }
-
-struct ProgressLog : LProcessInterfaceVoid {
-    void SetProgress(double f) override { values.push_back(f); }
-    std::vector<double> values;
-};
 
 TEST(ShapeDrive, EachShapeUsesItsOwnOperations) {
     LProcessInterfaceVoid v;
@@ -132,13 +128,13 @@ TEST(ShapeDrive, ProgressWeightsGiveAbsentEffectsNoShare) {
     p.SetBevelEmboss(KVBevelEmboss());
     RecordingTarget t;
     t.reportProgress = true;
-    ProgressLog log;
+    kvtest::ProcessLog log;
     KVRectangleElement(p).Render(log, t);
     // shadow 5, body 1, bevel 3 of 9: the slices end at 5/9, 6/9 and 9/9.
-    ASSERT_EQ(log.values.size(), 3u);
-    EXPECT_DOUBLE_EQ(log.values[0], 5.0 / 9.0);
-    EXPECT_DOUBLE_EQ(log.values[1], 6.0 / 9.0);
-    EXPECT_DOUBLE_EQ(log.values[2], 1.0);
+    ASSERT_EQ(log.progress.size(), 3u);
+    EXPECT_DOUBLE_EQ(log.progress[0], 5.0 / 9.0);
+    EXPECT_DOUBLE_EQ(log.progress[1], 6.0 / 9.0);
+    EXPECT_DOUBLE_EQ(log.progress[2], 1.0);
 }
 
 TEST(ShapeGeometry, TriangleCornersAndPolygonVertices) {

@@ -129,14 +129,14 @@ TEST(BoxBlur, FloatMeanIsTheIntegerMeanForEveryWindowSum) {
 
 TEST(BoxBlur, StopsAndRefusesPicturesWithoutPixels) {
     LImageBuffer b = MakePicture(8, 8, 0, [](int, int) { return 0u; });
-    kvtest::StoppedProcess stop;
+    kvtest::ProcessLog stop(0);
     EXPECT_EQ(LImageBoxBlur(stop, b, true, 0, 8, 2), LProcessResultStopped);
     EXPECT_EQ(LImageBoxBlur(stop, b, false, 0, 8, 2), LProcessResultStopped);
 
-    kvtest::ErrorRecorder errors;
+    kvtest::ProcessLog errors;
     LImageBuffer empty;
     EXPECT_EQ(LImageBoxBlur(errors, empty, true, 0, 1, 2), LProcessResultError);
-    EXPECT_FALSE(errors.error.empty());
+    EXPECT_FALSE(errors.errors.empty());
     LImageBuffer packed;
     LImage::New(packed, 8, 8, LPixelFormatPacked4);
     EXPECT_EQ(LImageBoxBlur(errors, packed, true, 0, 8, 2), LProcessResultError);

@@ -98,11 +98,11 @@ TEST(BlurThreads, AStopEndsTheBlurWithOne) {
 }
 
 TEST(BlurThreads, PicturesWithoutPixelsAndNothingToDo) {
-    kvtest::ErrorRecorder errors;
+    kvtest::ProcessLog errors;
     LImageBuffer empty;
     LImageBlurSettings settings(empty, 3);
     EXPECT_EQ(Process(errors, settings), LProcessResultError);
-    EXPECT_FALSE(errors.error.empty());
+    EXPECT_FALSE(errors.errors.empty());
 
     LImageBuffer b = Noise(5, 5, 8);
     const LImageBuffer before = Noise(5, 5, 8);

@@ -230,7 +230,7 @@ TEST(ImageBuffer, ClearConvertsOnceAndStops) {
         for (int x = 0; x < 3; ++x)
             EXPECT_EQ(reinterpret_cast<std::uint16_t*>(b.GetPictureRow(y))[x], 0xFC21);
 
-    kvtest::StoppedProcess stop;
+    kvtest::ProcessLog stop(0);
     EXPECT_EQ(b.Clear(stop, LPixelColour(0, 0, 0, 0)), LProcessResultStopped);
 }
 

@@ -78,11 +78,11 @@ TEST(Resize, NearestNeighbourTakesThePixelUnderEachCentre) {
 }
 
 TEST(Resize, FailuresAndStops) {
-    kvtest::ErrorRecorder process;
+    kvtest::ProcessLog process;
     LImageBuffer empty, out;
     EXPECT_EQ(LImage::Resize(process, empty, out, 5, 5, false, LImage::ResizeFilterNearest),
               LProcessResultError);
-    EXPECT_FALSE(process.error.empty());
+    EXPECT_FALSE(process.errors.empty());
     // Formats outside the processed five.
     EXPECT_EQ(LImage::Resize(process, Grid(4, 4, LPixelFormatI8), out, 2, 2, false,
                              LImage::ResizeFilterNearest),
@@ -95,7 +95,7 @@ TEST(Resize, FailuresAndStops) {
     EXPECT_EQ(LImage::Resize(process, Grid(4, 4), out, 3, 3, false, LImage::ResizeFilter(7)),
               LProcessResultOk);
     EXPECT_EQ(out.width, 3);
-    kvtest::StoppedProcess stop;
+    kvtest::ProcessLog stop(0);
     EXPECT_EQ(LImage::Resize(stop, Grid(4, 4), out, 3, 3, false, LImage::ResizeFilterNearest),
               LProcessResultStopped);
 }
@@ -155,11 +155,11 @@ TEST(ScaleBi, OneBitAlphaLongRunsAndTooSmallPictures) {
     EXPECT_EQ(LImageRow<LPFB5G6R5>(out, 0)[0].v >> 11, 0);
     EXPECT_EQ(LImageRow<LPFB5G6R5>(out, 599)[599].v >> 11, 31);
 
-    kvtest::ErrorRecorder errors;
+    kvtest::ProcessLog errors;
     LImage::New(out, 4, 4, LPixelFormatB5G6R5);
     EXPECT_EQ(LApplyImageProcess(out, Red565(1, 5, [](int, int) { return 0; }), scale, errors),
               LProcessResultError);
-    EXPECT_FALSE(errors.error.empty());
+    EXPECT_FALSE(errors.errors.empty());
 }
 
 TEST(Resize, SmoothScalingOfTheWorkingFormatHasNoDarkEdge) {
@@ -211,7 +211,7 @@ TEST(Rotate, QuarterTurnsAreExactAndClockwise) {
             }
         }
     }
-    kvtest::StoppedProcess stop;
+    kvtest::ProcessLog stop(0);
     LImageBuffer out;
     EXPECT_EQ(LImage::Rotate(stop, Grid(4, 3), out, 0.25), LProcessResultStopped);
 }
@@ -254,9 +254,9 @@ TEST(Rotate, AnyAngleFitsTheTurnedPictureAndTurnsClockwise) {
     }
 
     // Any angle needs the working format; the target is still made.
-    kvtest::ErrorRecorder errors;
+    kvtest::ProcessLog errors;
     EXPECT_EQ(LImage::Rotate(errors, Grid(100, 50, 2), out, 0.1), LProcessResultError);
-    EXPECT_FALSE(errors.error.empty());
+    EXPECT_FALSE(errors.errors.empty());
     EXPECT_EQ(out.format, 0);
     EXPECT_EQ(out.width, 111);
 }
@@ -283,7 +283,7 @@ TEST(Flip, InPlaceAndToATargetInEveryDirection) {
             }
         }
     }
-    kvtest::ErrorRecorder errors;
+    kvtest::ProcessLog errors;
     LImgProFlip flip;
     flip.direction = 5;
     LImageBuffer picture = Grid(3, 3);
@@ -291,7 +291,7 @@ TEST(Flip, InPlaceAndToATargetInEveryDirection) {
     flip.direction = 1;
     LImageBuffer grey = Grid(3, 3, LPixelFormatI8);
     EXPECT_EQ(LApplyImageProcess(grey, grey, flip, errors), LProcessResultError);
-    kvtest::StoppedProcess stop;
+    kvtest::ProcessLog stop(0);
     EXPECT_EQ(LApplyImageProcess(picture, picture, flip, stop), LProcessResultStopped);
 }
 
@@ -379,10 +379,10 @@ TEST_F(Overlay, AlphaMixAndClipping) {
     shifted.x = 50;
     EXPECT_EQ(Apply(shifted), 0);
     LImageBuffer none;
-    kvtest::ErrorRecorder errors;
+    kvtest::ProcessLog errors;
     LImgProOverlay missing(none);
     EXPECT_EQ(LApplyImageProcess(base, base, missing, errors), LProcessResultError);
-    EXPECT_FALSE(errors.error.empty());
+    EXPECT_FALSE(errors.errors.empty());
 }
 
 } // namespace

@@ -5,9 +5,8 @@
 #include <cstdint>
 #include <functional>
 #include <random>
-#include <string>
 
-#include "foundation/process.h"
+#include "support/process_log.h"
 #include "imaging/image_buffer.h"
 #include "imaging/image_iterator.h"
 
@@ -55,14 +54,5 @@ inline bool SamePictures(const LImageBuffer& a, const LImageBuffer& b) {
             return false;
     return i.IsInRange() == j.IsInRange();
 }
-
-// Stops at once, and keeps the last error.
-struct StoppedProcess : LProcessInterfaceVoid {
-    bool IsToStop() override { return true; }
-};
-struct ErrorRecorder : LProcessInterfaceVoid {
-    void SetError(const char* message) override { error = message; }
-    std::string error;
-};
 
 } // namespace kvtest

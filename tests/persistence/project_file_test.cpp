@@ -11,6 +11,7 @@
 #include "document/freehand.h"
 #include "document/shapes.h"
 #include "persistence/project_file.h"
+#include "support/process_log.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -19,14 +20,6 @@ std::string ReadAll(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
-
-struct Messages : LProcessInterfaceVoid {
-    void SetError(const char* m) override { errors.push_back(m); }
-    bool IsToStop() override { return stopAfter >= 0 && ++asked > stopAfter; }
-    std::vector<std::string> errors;
-    int stopAfter = -1;
-    int asked = 0;
-};
 
 template <class E> E* ElementAt(KVProject& p, unsigned long i) {
     KVLayer* layer = p.GetCurrentImage()->GetFirstLayer();
@@ -94,12 +87,12 @@ KVProject* MakeSteadyProject() {
 
 struct ProjectFileTest : testing::Test {
     kvtest::TempDir dir;
-    Messages process;
+    kvtest::ProcessLog process;
 
     std::string Save(const KVProject& p, const char* name) {
         const std::string path = dir.File(name);
         EXPECT_EQ(KVProjectFileSave(process, p, path.c_str()), LProcessResultOk)
-            << (process.errors.empty() ? "" : process.errors.back());
+            << process.LastError();
         return path;
     }
     std::unique_ptr<KVProject> Load(const std::string& path,

@@ -18,19 +18,16 @@
 #include "render/lighting.h"
 #include "render/render_image_buffer.h"
 #include "support/ink.h"
+#include "support/process_log.h"
 #include "support/temp_dir.h"
 #include "target/draw_path.h"
 
 namespace {
 
 using kvtest::Ink;
+using kvtest::ProcessLog;
 
 const LGuiColorAlpha kRed(255, 0, 0, 255);
-
-struct ErrorProcess : LProcessInterfaceVoid {
-    std::string error;
-    void SetError(const char* message) override { error = message; }
-};
 
 // Byte order: blue, green, red, alpha.
 const unsigned char* At(KVRenderImageBuffer& t, int x, int y) {
@@ -131,9 +128,9 @@ TEST(DropShadow, EveryKindCastsABlackShadowOfTheShapeAroundItsBox) {
     // The crayon's passes have no shadow of their own.
     KVRenderImageBuffer t(300, 300);
     t.Clear(LPixelColour());
-    ErrorProcess process;
+    ProcessLog process;
     EXPECT_EQ(CastShadow(t, process, "crayon", shadow), LProcessResultError);
-    EXPECT_FALSE(process.error.empty());
+    EXPECT_FALSE(process.errors.empty());
 }
 
 TEST(DropShadow, OffsetsAndSizeAreSharesOfTheBox) {
@@ -279,13 +276,11 @@ TEST(Lighting, AFlatOpaquePictureGetsTheSameGreyEverywhere) {
 TEST(Lighting, RefusesPicturesOfOtherFormatsAndStops) {
     LImageBuffer grey, lit;
     LImage::New(grey, 8, 8, LPixelFormatB8G8R8A8 + 1);
-    ErrorProcess process;
+    ProcessLog process;
     EXPECT_EQ(Light(process, grey, lit, 1), LProcessResultError);
-    EXPECT_FALSE(process.error.empty());
+    EXPECT_FALSE(process.errors.empty());
 
-    struct Stopped : LProcessInterfaceVoid {
-        bool IsToStop() override { return true; }
-    } stopped;
+    ProcessLog stopped(0);
     const LImageBuffer source = AlphaPicture(8, 8, [](int, int) { return 255; });
     EXPECT_EQ(Light(stopped, source, lit, 1), LProcessResultStopped);
 }
@@ -354,7 +349,7 @@ TEST(Bevel, StrokesAndTextAreLitAndCrayonsRefused) {
                                     KVBox(50, 150, 250, 250), bevel),
               LProcessResultOk);
     EXPECT_GT(FindInk(t, 0).y2, 150);
-    ErrorProcess process;
+    ProcessLog process;
     EXPECT_EQ(t.DrawPathBevelEmboss(process, KVBrushCrayon, s.Begin(), 12, LGuiColor(), bevel,
                                     KVBox(50, 50, 250, 50), nullptr),
               LProcessResultError);
@@ -483,9 +478,6 @@ TEST(Glow, TheOuterGlowIsTheWholeCanvasMaskBlurred) {
 }
 
 TEST(Glow, AStoppedGlowLeavesTheElementOut) {
-    struct Stopped : LProcessInterfaceVoid {
-        bool IsToStop() override { return true; }
-    } stopped;
     for (bool inner : {false, true}) {
         KVRenderImageBuffer t(100, 80);
         t.Clear(LPixelColour());
@@ -493,6 +485,7 @@ TEST(Glow, AStoppedGlowLeavesTheElementOut) {
         KVRenderImage* child = inner ? t.BeginInnerGlow(kGreen, 3) : t.BeginOuterGlow(kGreen, 3);
         ASSERT_NE(child, nullptr);
         child->FillRect(v, 0, kRed, kRed, KVBox(30, 20, 70, 60));
+        ProcessLog stopped(0);
         if (inner)
             t.FinishInnerGlow(stopped);
         else

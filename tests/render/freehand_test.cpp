@@ -18,6 +18,7 @@
 #include "imaging/image_painter.h"
 #include "render/render_image_buffer.h"
 #include "support/ink.h"
+#include "support/process_log.h"
 #include "target/draw_path.h"
 
 namespace {
@@ -25,10 +26,6 @@ namespace {
 constexpr int kWidth = 200, kHeight = 80;
 const LGuiColorAlpha kInk(20, 60, 200, 255);
 const LPixelColour kPaper(250, 250, 240, 255);
-
-struct StopAtOnce : LProcessInterfaceVoid {
-    bool IsToStop() override { return true; }
-};
 
 // A straight run along y = 40 from x = 20 to 180, in four segments of even pace.
 struct Straight {
@@ -237,7 +234,7 @@ TEST(FreehandStroke, AStoppedStrokeLeavesNothing) {
     for (int type : {KVBrushPaintbrush, KVBrushCrayon, KVBrushRoundPen}) {
         KVRenderImageBuffer target(kWidth, kHeight);
         target.Clear(LPixelColour());
-        StopAtOnce stop;
+        kvtest::ProcessLog stop(0);
         const Pressure even{512, 512, 512, 512, 512};
         const Straight run;
         EXPECT_EQ(target.DrawPath(stop, static_cast<KVBrushType>(type), run.Begin(), LLineStyle(),
@@ -340,12 +337,9 @@ TEST(EraserStroke, AStrokeWithoutAPathFails) {
     target.Clear(kPaper);
     LList<KVEraserStroke> strokes;
     strokes.PushBack(new KVEraserStroke(KVDrawPath(kWidth, kHeight, nullptr), 5, 0, {}));
-    struct Errors : LProcessInterfaceVoid {
-        std::string message;
-        void SetError(const char* m) override { message = m; }
-    } process;
+    kvtest::ProcessLog process;
     EXPECT_EQ(target.EraserStroke(process, strokes.GetIterator()), LProcessResultError);
-    EXPECT_FALSE(process.message.empty());
+    EXPECT_FALSE(process.errors.empty());
     LList<KVEraserStroke> none;
     EXPECT_EQ(target.EraserStroke(process, none.GetIterator()), LProcessResultOk);
 }

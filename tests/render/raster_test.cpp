@@ -16,17 +16,13 @@
 #include "render/line_cap.h"
 #include "render/render_image_buffer.h"
 #include "support/ink.h"
+#include "support/process_log.h"
 
 namespace {
 
 const LGuiColorAlpha kRed(255, 0, 0, 255);
 const LGuiColorAlpha kBlue(0, 0, 255, 255);
 const LPixelColour kWhite(255, 255, 255, 255);
-
-struct ErrorProcess : LProcessInterfaceVoid {
-    std::string error;
-    void SetError(const char* message) override { error = message; }
-};
 
 LPixelColour Pixel(KVRenderImageBuffer& t, int x, int y) {
     t.Flush();
@@ -294,14 +290,14 @@ TEST(RasterPath, StrokeLayerLandsOnThePathEvenBlurred) {
 }
 
 TEST(RasterPath, OversizedStrokeLayerFailsWithAnError) {
-    ErrorProcess process;
+    kvtest::ProcessLog process;
     KVRenderImageBuffer t(20, 20);
     t.Clear(LPixelColour());
     Stroke s(0, 0, 1e9f, 0);
     EXPECT_EQ(t.DrawPath(process, KVBrushRoundPen, s.Begin(), LLineStyle(), 4, kRed,
                          KVBox(0, 0, 1e9f, 0), 0, nullptr),
               LProcessResultError);
-    EXPECT_FALSE(process.error.empty());
+    EXPECT_FALSE(process.errors.empty());
 }
 
 TEST(RasterPath, FilledPathStaysOneFigure) {
@@ -333,7 +329,7 @@ TEST(RasterLine, ShapedCapsAndStrokeCaps) {
 }
 
 TEST(RasterText, TextPictureTakesAlphaFromDarkness) {
-    ErrorProcess process;
+    kvtest::ProcessLog process;
     LImageBuffer out;
     const LGuiColorAlpha colour(0, 128, 255, 128);
     ASSERT_EQ(KVRenderImageBuffer::DrawText(process, out, "  Hello  ", 24, true, false, false,
@@ -364,7 +360,7 @@ TEST(RasterText, TextPictureTakesAlphaFromDarkness) {
     EXPECT_EQ(KVRenderImageBuffer::DrawText(process, out, "x", 12, false, false, false, "Sans",
                                             LAlignmentXLeft, 0, 10, colour),
               LProcessResultError);
-    EXPECT_FALSE(process.error.empty());
+    EXPECT_FALSE(process.errors.empty());
 }
 
 TEST(RasterTarget, TargetWithoutAPictureRefusesToDraw) {
@@ -383,12 +379,12 @@ TEST(RasterTarget, TargetWithoutAPictureRefusesToDraw) {
 }
 
 TEST(RasterTarget, PicturesAreDrawnAtTheirPlaceAndBadOnesRefused) {
-    ErrorProcess process;
+    kvtest::ProcessLog process;
     KVRenderImageBuffer t(40, 30);
     t.Clear(LPixelColour());
     LImageBuffer empty;
     EXPECT_EQ(t.DrawImage(process, empty, 0, 0, 10, 10), LProcessResultError);
-    EXPECT_FALSE(process.error.empty());
+    EXPECT_FALSE(process.errors.empty());
     LImageBuffer dot;
     LImage::New(dot, 4, 3, LPixelFormatB8G8R8A8);
     ASSERT_TRUE(dot.IsValid());

@@ -6,6 +6,7 @@
 #include "document/project.h"
 #include "render/render_results.h"
 #include "support/recording_target.h"
+#include "support/process_log.h"
 #include "support/test_element.h"
 
 using kvtest::BoxElement;
@@ -13,13 +14,8 @@ using kvtest::RecordingTarget;
 
 namespace {
 
-struct ProgressLog : LProcessInterfaceVoid {
-    void SetProgress(double f) override { values.push_back(f); }
-    std::vector<double> values;
-};
-
 TEST(SubInterfaceCreator, SlicesFollowTheWeightsAndAbsentEffectsTakeNoShare) {
-    ProgressLog root;
+    kvtest::ProcessLog root;
     KVSubInterfaceCreator creator(root, 5);
     const unsigned char weights[5] = {5, 1, 0, 7, 0}; // shadow, body, no bevel, inner glow
     for (int i = 0; i < 5; ++i)
@@ -29,11 +25,11 @@ TEST(SubInterfaceCreator, SlicesFollowTheWeightsAndAbsentEffectsTakeNoShare) {
     creator.GetSubInterface(2).SetProgress(1.0); // a slice of nothing
     creator.GetSubInterface(3).SetProgress(0.0);
     creator.GetSubInterface(3).SetProgress(1.0);
-    EXPECT_EQ(root.values.size(), 5u);
-    EXPECT_DOUBLE_EQ(root.values[0], 2.5 / 13.0);
+    EXPECT_EQ(root.progress.size(), 5u);
+    EXPECT_DOUBLE_EQ(root.progress[0], 2.5 / 13.0);
     for (int i = 1; i < 4; ++i)
-        EXPECT_DOUBLE_EQ(root.values[i], 6.0 / 13.0);
-    EXPECT_DOUBLE_EQ(root.values[4], 1.0);
+        EXPECT_DOUBLE_EQ(root.progress[i], 6.0 / 13.0);
+    EXPECT_DOUBLE_EQ(root.progress[4], 1.0);
 }
 
 TEST(TriangleOperations, ForwardToThePolygonsWithThreePoints) {
@@ -78,7 +74,7 @@ namespace {
 struct TextLinesTest : testing::Test {
     LList<LStringLongListable> lines;
     RecordingTarget t;
-    ProgressLog log;
+    kvtest::ProcessLog log;
 
     void Add(const char* text) { lines.PushBack(new LStringLongListable(text)); }
     LProcessResult Draw(KVBox box, float spacing = 1.0f) {
@@ -109,9 +105,9 @@ TEST_F(TextLinesTest, LinesGoDownByTheSpacingTimesOneLineHeight) {
                                         "DrawText two @" + std::to_string(100 + step),
                                         "DrawText three @" + std::to_string(static_cast<int>(
                                                                  100 + 2 * (2 * height)))}));
-    EXPECT_EQ(log.values.size(), 3u);
-    EXPECT_NEAR(log.values[0], 1.0 / 3, 1e-9);
-    EXPECT_NEAR(log.values[2], 1.0, 1e-9);
+    EXPECT_EQ(log.progress.size(), 3u);
+    EXPECT_NEAR(log.progress[0], 1.0 / 3, 1e-9);
+    EXPECT_NEAR(log.progress[2], 1.0, 1e-9);
 }
 
 TEST_F(TextLinesTest, AnEmptyListFailsAndABoxWithNoHeightStopsAfterOneLine) {

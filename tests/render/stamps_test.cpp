@@ -14,13 +14,10 @@
 #include "render/line_cap.h"
 #include "render/stamp_files.h"
 #include "render/stamps.h"
+#include "support/process_log.h"
 #include "target/draw_path.h"
 
 namespace {
-
-struct StopAtOnce : LProcessInterfaceVoid {
-    bool IsToStop() override { return true; }
-};
 
 // The top-left corners of a stamp's specks.
 std::vector<KVPoint> Specks(const LGraphicsPath& path) {
@@ -245,7 +242,7 @@ TEST(StampPlaces, ACurveThatRunsOffToNoNumberIsLeftOut) {
 TEST(StampPlaces, AStopLaysNothing) {
     LList<KVDrawCoordBezierSegment> line;
     line.PushBack(new KVDrawCoordBezierSegment({0, 0}, {0, 0}, {10, 0}, {10, 0}));
-    StopAtOnce stop;
+    kvtest::ProcessLog stop(0);
     int count = 0;
     EXPECT_EQ(PlaceStamps(stop, KVSegments(line.GetFirst()), 1.0f,
                           [&](KVPoint, unsigned long, double) { ++count; }),
