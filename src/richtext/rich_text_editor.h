@@ -117,8 +117,6 @@ private:
     LRichTextArea& area;
     float x = 0;
     float y = 0;
-    float x1 = 0;
-    float y1 = 0;
     unsigned long cursor = 0;
     unsigned long anchor = kLNoAnchor;
     bool caretMoved = false;

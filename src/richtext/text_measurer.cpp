@@ -122,7 +122,8 @@ public:
             return;
         pango_layout_set_text(l.layout, text, -1);
         const float w = width > 0 ? width / l.scale : kUnboundedWrapWidth;
-        pango_layout_set_width(l.layout, static_cast<int>(std::min(w * PANGO_SCALE, INT_MAX / 2.0f)));
+        pango_layout_set_width(
+            l.layout, static_cast<int>(std::min(static_cast<double>(w) * PANGO_SCALE, INT_MAX / 2.0)));
         pango_layout_set_wrap(l.layout, PANGO_WRAP_WORD_CHAR);
         starts.Clear();
         for (GSList* line = pango_layout_get_lines_readonly(l.layout); line; line = line->next)
