@@ -294,12 +294,24 @@ void LRichTextEditor::tmntfTimer() {
 
 void LRichTextPaintRuns(LPaintContext& c, const LRichTextArea& area, LPointTemplate<float> origin) {
     const char* s = area.GetText().GetText().Get();
+    const LArray<LRichTextAreaSegment>& segments = area.GetSegments();
     LDrawTextFormat format;
     LStringLong run;
-    for (const LRichTextAreaSegment& seg : area.GetSegments()) {
-        if (!seg.length)
+    for (unsigned long i = 0; i < segments.GetCount();) {
+        const LRichTextAreaSegment& seg = segments[i];
+        // The words of one format on one line go out as one text: they were
+        // measured as one, so they set the same, and with fewer layouts.
+        unsigned long end = seg.GetEnd();
+        unsigned long next = i + 1;
+        while (next < segments.GetCount() && segments[next].line == seg.line &&
+               segments[next].start == end && segments[next].state == seg.state) {
+            end = segments[next].GetEnd();
+            ++next;
+        }
+        i = next;
+        if (end == seg.start)
             continue;
-        run.Set(s + seg.start, seg.length);
+        run.Set(s + seg.start, end - seg.start);
         const LFormattedTextState& st = seg.state;
         LPaintSurface::SetFont(c, LGuiFont(area.GetFontAttributes(st)));
         const LGuiColor colour =

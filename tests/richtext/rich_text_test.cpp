@@ -319,34 +319,57 @@ TEST(TextEditUI, TypingDeletingAndWrappingKeepWholeCharacters) {
     }
 }
 
-TEST(RichTextPicture, TheEditorDrawsItsRunsSelectionAndCaret) {
+namespace {
+
+void KeepPicture(LPaintSurfaceImage& surface, const char* name) {
+    const char* folder = std::getenv("KV_PAINT_ORACLE_OUTPUT");
+    if (!folder)
+        return;
+    std::filesystem::create_directories(folder);
+    surface.Flush();
+    cairo_surface_write_to_png(surface.GetTarget(), (std::string(folder) + "/" + name).c_str());
+}
+
+} // namespace
+
+TEST(RichTextPicture, TheEditorsDrawTheirRunsSelectionsAndCarets) {
     LRichTextArea area;
-    area.alignmentX = LAlignmentXLeft;
+    area.SetWidthLimit(300);
     LRichTextEditor editor(area);
-    editor.AddString("Korvane rich text\nbold and big");
-    area.SetBold(true, 18, 22);
-    area.SetFontSize(40, 27, 30);
+    editor.AddString("Korvane rich text, centred and wrapped at 300\nbold and big");
+    area.SetBold(true, 46, 50);
+    area.SetFontSize(40, 55, 58);
     area.SetColor(LGuiColor::FromBytes(200, 0, 0), 0, 7);
+    area.SetUnderline(true, 13, 17);
     editor.UpdateText();
     editor.SetOrigin(10, 10);
-    LPaintSurfaceImage surface(320, 110);
+    LPaintSurfaceImage surface(320, 200);
     LPaintSurface::Clear(surface.context, LGuiColorAlpha(255, 255, 255, 255));
     editor.Paint(surface.context);
-    if (const char* folder = std::getenv("KV_PAINT_ORACLE_OUTPUT")) {
-        std::filesystem::create_directories(folder);
-        surface.Flush();
-        cairo_surface_write_to_png(surface.GetTarget(),
-                                   (std::string(folder) + "/rich_text_editor.png").c_str());
-    }
-    // Red in the first word, black in the last line, the caret after "big".
-    bool sawRed = false;
-    for (int x = 10; x < 90 && !sawRed; ++x)
-        for (int y = 12; y < 35 && !sawRed; ++y) {
+
+    LTextEditUI plain(true);
+    plain.rect = LBoundingBox2T<float>(10, 130, 310, 190);
+    plain.SetFont("Liberation Serif", 18, false, true, false, LAlignmentXRight);
+    plain.SetText("Plain text wraps in its box, right aligned");
+    plain.selectionStart = 6;
+    plain.selectionEnd = 10;
+    plain.Paint(surface.context);
+    KeepPicture(surface, "rich_text_editors.png");
+
+    // Red in the first word, whose line is centred in the 300 wide area.
+    int reddest = -1;
+    for (int x = 0; x < 320; ++x)
+        for (int y = 10; y < 40; ++y) {
             const LPixelColour p = surface.GetPixel(x, y);
-            sawRed = p.red > 150 && p.green < 80;
+            if (p.red > 150 && p.green < 80 && reddest < 0)
+                reddest = x;
         }
-    EXPECT_TRUE(sawRed);
+    EXPECT_GT(reddest, 20);
     const LRichTextPosition caret = area.FindPosition(area.GetStringLength());
-    EXPECT_EQ(caret.line, 1u);
+    EXPECT_EQ(caret.line, 2u);
     EXPECT_GT(caret.height, 40);
+    // The plain selection is shaded grey behind the text.
+    const LPointTemplate<float> sel = plain.IndexToXY(7);
+    const LPixelColour shade = surface.GetPixel(static_cast<int>(sel.x), static_cast<int>(sel.y) + 2);
+    EXPECT_EQ(shade.red, 0xC0);
 }
