@@ -121,7 +121,30 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             break;
         }
         case 5:
-            editor.SelectAll();
+            if (op & 0x10) {
+                editor.SelectAll();
+                break;
+            }
+            // A text as a file might bring it: any bytes, commands in any
+            // order, past the end, of unknown kinds and table entries.
+            {
+                LFormattedText loaded;
+                const int n = script.Byte() % 24;
+                for (int i = 0; i < n; ++i)
+                    loaded.Text().Append(static_cast<char>(script.Byte() | 1));
+                for (int i = script.Byte() % 8; i > 0; --i) {
+                    const std::uint8_t kind = script.Byte(), at = script.Byte(), value = script.Byte();
+                    loaded.Formats().PushBack(
+                        new LTextFormatCommand(kind % 8 - 1, at % 32, value % 4 - 1));
+                }
+                loaded.LocateFont("Arial");
+                if (op & 0x20) {
+                    area.SetText(loaded);
+                    editor.MoveCursorLast(false);
+                } else {
+                    editor.AddFormattedText(&loaded);
+                }
+            }
             break;
         case 6: { // a format on the selection, or held for what comes next
             LFormattedTextStateIndependent s = area.GetStateIndependent(editor.GetCursor());

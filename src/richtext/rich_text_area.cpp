@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 LRichTextArea::LRichTextArea() : measurer(GetDefaultMeasurer()) {
     LFormattedTextState start;
@@ -13,10 +14,22 @@ LRichTextArea::LRichTextArea() : measurer(GetDefaultMeasurer()) {
 void LRichTextArea::SetText(const LFormattedText& t) {
     text = t;
     text.MakeValid();
-    // A command past the end would never take effect but would linger.
+    // A text from elsewhere may have its commands in any order, past its end
+    // or inside a character: each goes to the start of its character, and
+    // the list is sorted again, equal indexes keeping their order.
+    const char* s = text.GetText().Get();
     const unsigned long n = text.GetLength();
-    for (LTextFormatCommand& c : text.Formats())
-        c.index = std::min(c.index, n);
+    std::vector<LTextFormatCommand*> commands;
+    while (LTextFormatCommand* c = text.Formats().PopFront()) {
+        c->index = LUtf8Floor(s, n, c->index);
+        commands.push_back(c);
+    }
+    std::stable_sort(commands.begin(), commands.end(),
+                     [](const LTextFormatCommand* a, const LTextFormatCommand* b) {
+                         return a->index < b->index;
+                     });
+    for (LTextFormatCommand* c : commands)
+        text.Formats().PushBack(c);
     layoutDirty = true;
 }
 
