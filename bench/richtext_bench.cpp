@@ -1,7 +1,8 @@
 // Typing into a long rich text: 1,000 insertions into a 20,000-byte text that
 // carries 2,000 format commands, each of which must stay under a millisecond
-// without the layout. Then, for scale, the layout of the same text through
-// the font library, and typing with the editor, which lays out after each key.
+// without the layout; into the model, and through the editor as keys. Then,
+// for scale, the layout of the same text through the font library, and a key
+// typed into a short paragraph, laid out and with its caret found.
 
 #include <benchmark/benchmark.h>
 
@@ -86,6 +87,33 @@ void BM_InsertWithPendingFormat(benchmark::State& state) {
 }
 BENCHMARK(BM_InsertWithPendingFormat)->Unit(benchmark::kMicrosecond);
 
+// The same through the editor, as keys arrive: the caret in the middle of
+// the text, and every tenth key with a format held for it.
+void BM_EditorTypingIntoLongText(benchmark::State& state) {
+    LRichTextArea area;
+    LRichTextEditor editor(area);
+    LFormattedTextStateIndependent bold;
+    bold.bold = true;
+    int done = kInsertions;
+    for (auto _ : state) {
+        if (done == kInsertions) {
+            state.PauseTiming();
+            Fill(area);
+            editor.MoveCursorFirst(false);
+            while (editor.GetCursor() < kTextBytes / 2)
+                editor.MoveCursorRight(false);
+            done = 0;
+            state.ResumeTiming();
+        }
+        if (done % 10 == 0)
+            editor.SetPendingState(bold);
+        editor.AddString("\xC3\xA9");
+        ++done;
+    }
+    state.counters["commands"] = static_cast<double>(CommandCount(area));
+}
+BENCHMARK(BM_EditorTypingIntoLongText)->Unit(benchmark::kMicrosecond);
+
 void BM_LayoutLongText(benchmark::State& state) {
     LRichTextArea area;
     Fill(area);
@@ -106,6 +134,7 @@ void BM_EditorKeyInParagraph(benchmark::State& state) {
         editor.AddString("The quick brown fox jumps over the lazy dog. ");
         state.ResumeTiming();
         editor.AddString("x");
+        benchmark::DoNotOptimize(area.FindPosition(editor.GetCursor()));
     }
 }
 BENCHMARK(BM_EditorKeyInParagraph)->Unit(benchmark::kMicrosecond);

@@ -53,7 +53,7 @@ void LRichTextEditor::AddString(const char* s) {
     cursor = std::min(start + added, area.GetStringLength());
     caretVisible = true;
     Changed();
-    verticalX = area.FindPosition(cursor).x;
+    columnStale = true;
 }
 
 void LRichTextEditor::AddFormattedText(const LFormattedText* t) {
@@ -65,7 +65,7 @@ void LRichTextEditor::AddFormattedText(const LFormattedText* t) {
     cursor = std::min(start + added, area.GetStringLength());
     caretVisible = true;
     Changed();
-    verticalX = area.FindPosition(cursor).x;
+    columnStale = true;
 }
 
 void LRichTextEditor::DeleteText(bool backward) {
@@ -89,7 +89,7 @@ void LRichTextEditor::DeleteText(bool backward) {
     cursor = std::min(start, area.GetStringLength());
     caretVisible = true;
     Changed();
-    verticalX = area.FindPosition(cursor).x;
+    columnStale = true;
 }
 
 LFormattedText LRichTextEditor::Copy() const {
@@ -153,7 +153,7 @@ void LRichTextEditor::MoveTo(unsigned long index, bool extend, bool keepColumn) 
     caretMoved = caretMoved || moved;
     caretVisible = true;
     if (!keepColumn)
-        verticalX = area.FindPosition(cursor).x;
+        columnStale = true;
     Repaint();
 }
 
@@ -175,12 +175,20 @@ void LRichTextEditor::MoveCursorRight(bool extend) {
     MoveTo(!extend && start < end ? end : GetNextIndex(cursor), extend);
 }
 
+float LRichTextEditor::GetColumn() {
+    if (columnStale) {
+        verticalX = area.FindPosition(cursor).x;
+        columnStale = false;
+    }
+    return verticalX;
+}
+
 void LRichTextEditor::MoveCursorUp(bool extend) {
-    MoveTo(LocateAdjacentVerticalIndex(cursor, verticalX, true), extend, true);
+    MoveTo(LocateAdjacentVerticalIndex(cursor, GetColumn(), true), extend, true);
 }
 
 void LRichTextEditor::MoveCursorDown(bool extend) {
-    MoveTo(LocateAdjacentVerticalIndex(cursor, verticalX, false), extend, true);
+    MoveTo(LocateAdjacentVerticalIndex(cursor, GetColumn(), false), extend, true);
 }
 
 void LRichTextEditor::MoveCursorHome(bool extend) {
@@ -275,7 +283,9 @@ void LRichTextEditor::EvMouseMove(LPointTemplate<float> point) {
         MoveCursor(point, true);
 }
 
-void LRichTextEditor::UpdateText() const { area.FindSegments(area.GetWidthLimit(), 0); }
+// The layout is made when it is next needed (a paint, a click, a line
+// move), so that keys typed between two paints lay the text out once.
+void LRichTextEditor::UpdateText() const { area.SetLayoutDirty(); }
 
 LBoundingBox2T<float> LRichTextEditor::GetBounds() const {
     LBoundingBox2T<float> box = area.GetLayoutBounds();

@@ -99,7 +99,7 @@ public:
     // The selection, the text and the caret, at the origin.
     void Paint(LPaintContext& context) const;
     LBoundingBox2T<float> GetBounds() const;
-    // Lays the area out again for its width limit.
+    // The area's layout is stale.
     void UpdateText() const;
     unsigned long LocateAdjacentVerticalIndex(unsigned long index, float atX, bool up) const;
     unsigned long GetPreviousIndex(unsigned long index) const;
@@ -111,6 +111,7 @@ public:
 private:
     // Puts the caret at `index`; `extend` keeps (or starts) the selection.
     void MoveTo(unsigned long index, bool extend, bool keepColumn = false);
+    float GetColumn();
     void Changed();
     void Repaint();
 
@@ -121,8 +122,10 @@ private:
     unsigned long anchor = kLNoAnchor;
     bool caretMoved = false;
     bool mouseDown = false;
-    // The column kept by up and down.
+    // The column kept by up and down; stale when the caret moved otherwise,
+    // and found again only when a line move needs it.
     float verticalX = 0;
+    bool columnStale = true;
     unsigned int caretTimer = kLRichTextCaretBlinkMs;
     bool caretVisible = true;
     LFormattedTextStateIndependent pending;
