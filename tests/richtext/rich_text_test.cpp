@@ -111,6 +111,15 @@ TEST(RichTextArea, AlterTextKeepsTheCommandsInStepWithTheString) {
         EXPECT_STREQ(area.GetText().GetText().Get(), c.text) << c.start << "+" << c.length;
         EXPECT_EQ(Commands(area.GetText()), c.commands) << c.start << "+" << c.length;
     }
+    // A length past the end counts to the end: the command behind a single
+    // character goes to 0, not below it.
+    LFormattedText one;
+    one.SetText("a");
+    one.InsertFormat(1, LTextFormatBold, 1);
+    LRichTextArea area;
+    area.SetText(one);
+    area.AlterText(0, 100, "xyz");
+    EXPECT_EQ(Commands(area.GetText()), "3@0=1 ");
 }
 
 TEST(RichTextArea, FormatsOnARangeLeaveTheTextAfterItAsItWas) {
