@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kMaxScript = 2048;
 // Pasting a selection back doubles the text at most; past this a paste is
 // left out, as a longer text only makes each step slower.
-constexpr unsigned long kMaxPasteText = 4096;
+constexpr unsigned long kMaxPasteText = 1024;
 
 // Ten units a character: the layout runs without the font library, so that
 // the editing, not the shaping, is what gets fuzzed.

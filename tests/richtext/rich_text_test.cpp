@@ -281,6 +281,14 @@ TEST(RichTextLayout, WordsWrapLinesStandOnTheirTallestRunAndAlign) {
     EXPECT_EQ(f.area.FindIndex({500, 5}), 3);
     EXPECT_EQ(f.area.FindIndex({-5, 20}), 4);
     EXPECT_EQ(f.area.FindIndex({5, 1000}), 12);
+
+    // A word of two formats moves to the next line whole.
+    Fixture g("x aabb", 45);
+    g.area.SetBold(true, 4, 6);
+    ASSERT_EQ(g.area.GetLines().GetCount(), 2u);
+    EXPECT_EQ(g.area.FindPosition(2).line, 1u);
+    EXPECT_FLOAT_EQ(g.area.FindPosition(2).x, 0);
+    EXPECT_FLOAT_EQ(g.area.FindPosition(5).x, 30);
 }
 
 TEST(RichTextFonts, ArialResolvesAndANameTakesTheInstalledSpelling) {
