@@ -169,7 +169,9 @@ TEST(Vectorize, ANoisyPictureGivesItsKnownNumberOfRegionsAtEachDetail) {
         EXPECT_EQ(Vectorize(64, 48, noisy, detail).size(), count) << detail;
 }
 
-TEST(Vectorize, BadPicturesAndStopsLeaveNoRegions) {
+TEST(Vectorize, ThinPicturesGiveOneRegionAndBadPicturesOrStopsNone) {
+    for (auto [w, h] : {std::pair{1, 1}, {1, 9}, {9, 1}})
+        EXPECT_EQ(Vectorize(w, h, [](int, int) { return kRed; }, 50).size(), 1u) << w << "x" << h;
     kvtest::ErrorRecorder errors;
     KVVectorizeImageSettings s;
     EXPECT_EQ(KVVectorizeImage(errors, s), LProcessResultError);
