@@ -202,7 +202,6 @@ void StopAll(std::vector<KVNoiseThread>& workers) {
 LProcessResult RunNoiseWorkers(LProcessInterface& process, std::vector<NoiseStripe>& stripes,
                                const LImageBuffer& picture, NoisePlanes& planes, float strength) {
     std::vector<KVNoiseThread> workers(stripes.size());
-    LSignalObjectGroup running;
     for (size_t t = 0; t < workers.size(); ++t) {
         KVNoiseThread& worker = workers[t];
         worker.stripe = &stripes[t];
@@ -215,7 +214,6 @@ LProcessResult RunNoiseWorkers(LProcessInterface& process, std::vector<NoiseStri
             process.SetError("No thread could be started to reduce the picture's noise.");
             return LProcessResultError;
         }
-        running.Add(worker.done);
     }
     for (;;) {
         if (process.IsToStop()) {
