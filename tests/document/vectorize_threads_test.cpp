@@ -83,12 +83,14 @@ TEST(VectorizeThreads, AStopEndsEveryWorkerWithinATenthOfASecond) {
     const auto deadline = std::chrono::steady_clock::now() + 20s;
     while (job.progress.load() < 0.02 && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(5ms);
-    ASSERT_EQ(LiveThreads(), before + 1 + 4); // deep in the smoothing
+    // Deep in the smoothing; a sanitizer may keep a thread of its own.
+    const long during = LiveThreads();
+    ASSERT_GE(during, before + 1 + 4);
 
     const auto asked = std::chrono::steady_clock::now();
     job.StopThreadSoon();
     // Counted by the system; the job's own thread may still be freeing memory.
-    while (LiveThreads() > before + 1 && std::chrono::steady_clock::now() - asked < 5s)
+    while (LiveThreads() > during - 4 && std::chrono::steady_clock::now() - asked < 5s)
         std::this_thread::sleep_for(1ms);
     EXPECT_LT(std::chrono::steady_clock::now() - asked, 100ms);
     job.WaitToStop();
