@@ -9,6 +9,7 @@
 #include "document/freehand.h"
 #include "document/vectorize.h"
 #include "imaging/picture_util.h"
+#include "support/process_log.h"
 #include "support/svg_oracle.h"
 
 namespace {
@@ -172,12 +173,12 @@ TEST(Vectorize, ANoisyPictureGivesItsKnownNumberOfRegionsAtEachDetail) {
 TEST(Vectorize, ThinPicturesGiveOneRegionAndBadPicturesOrStopsNone) {
     for (auto [w, h] : {std::pair{1, 1}, {1, 9}, {9, 1}})
         EXPECT_EQ(Vectorize(w, h, [](int, int) { return kRed; }, 50).size(), 1u) << w << "x" << h;
-    kvtest::ErrorRecorder errors;
+    kvtest::ProcessLog errors;
     KVVectorizeImageSettings s;
     EXPECT_EQ(KVVectorizeImage(errors, s), LProcessResultError);
-    EXPECT_FALSE(errors.error.empty());
+    EXPECT_FALSE(errors.LastError().empty());
     s.input = kvtest::MakePicture(20, 20, 0, [](int x, int) { return x < 9 ? kRed : kDark; });
-    kvtest::StoppedProcess stop;
+    kvtest::ProcessLog stop(0);
     EXPECT_EQ(KVVectorizeImage(stop, s), LProcessResultStopped);
     EXPECT_TRUE(s.output.IsEmpty());
 }
