@@ -41,6 +41,10 @@ LBoundingBox2T<float> TurnedPlacement(const KVImageElementProperties& p) {
 
 int RoundToInt(float v) { return static_cast<int>(Round(v)); }
 
+// The largest placement traced: beyond it the work buffers alone run to
+// gigabytes, and the picture is shown as it is.
+constexpr long long kMaxVectorizedPixels = 64ll * 1000 * 1000;
+
 } // namespace
 
 // ---------------------------------------------------------------- record
@@ -85,6 +89,10 @@ LProcessResult KVImageElementProperties::CopyForVectorizing(LProcessInterface& p
                                                             LImageBuffer& out) const {
     if (!HasImage() || width < 1 || height < 1) {
         process.SetError("The image element has no picture to vectorize.");
+        return LProcessResultError;
+    }
+    if (static_cast<long long>(width) * height > kMaxVectorizedPixels) {
+        process.SetError("The image is too large to vectorize.");
         return LProcessResultError;
     }
     const LImageBuffer& picture = *image;

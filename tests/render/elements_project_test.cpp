@@ -50,7 +50,7 @@ KVTextElementProperties Text(float x, float y, const char* text = kWords) {
 }
 
 // Row 1: left, centred, right; row 2: bold, italic, underlined; row 3:
-// turned, stretched, double-spaced; row 4: rich runs and a turned picture.
+// turned, stretched, shadowed and bevelled, double-spaced; row 4: rich runs and a turned picture.
 std::unique_ptr<KVProject> Gallery() {
     auto project = std::make_unique<KVProject>("elements");
     auto* image = new KVImage("elements", kWidth, kHeight, 72, LPixelColour(255, 255, 255, 255));
@@ -79,6 +79,11 @@ std::unique_ptr<KVProject> Gallery() {
     stretched.scaleX = 2.0f;
     stretched.scaleY = 0.6f;
     add(new KVTextElement(stretched));
+    KVTextElementProperties shaded = Text(220, 305, "Shaded");
+    shaded.fontSize = 34;
+    shaded.SetShadow(KVDropShadow{2, 4, 4, 4});
+    shaded.SetBevelEmboss(KVBevelEmboss{3});
+    add(new KVTextElement(shaded));
     KVTextElementProperties spaced = Text(430, 250, "one\ntwo\nthree");
     spaced.lineSpacing = 2.0f;
     spaced.bounds.y2 = 380;
@@ -144,7 +149,7 @@ TEST(ElementsProject, TextRichTextAndATurnedPictureLandWhereTheyShould) {
     EXPECT_GT(under.y2, italic.y2);
     // Turned: taller than one line; stretched: twice as wide, lower; spaced:
     // three lines two heights apart.
-    const Ink turned = InkIn(picture, 0, 230, 210, 390), wide = InkIn(picture, 215, 240, 425, 380),
+    const Ink turned = InkIn(picture, 0, 230, 210, 390), wide = InkIn(picture, 215, 240, 425, 300),
               spaced = InkIn(picture, 430, 250, 620, 390);
     EXPECT_GT(turned.y2 - turned.y1, 60);
     EXPECT_GT(wide.x2 - wide.x1, 120);
