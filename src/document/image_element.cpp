@@ -41,9 +41,10 @@ LBoundingBox2T<float> TurnedPlacement(const KVImageElementProperties& p) {
 
 int RoundToInt(float v) { return static_cast<int>(Round(v)); }
 
-// The largest placement traced: beyond it the work buffers alone run to
-// gigabytes, and the picture is shown as it is.
-constexpr long long kMaxVectorizedPixels = 64ll * 1000 * 1000;
+// The largest placement traced, sixteen times what already asks the user to
+// think twice: beyond it the work buffers alone run to gigabytes and the
+// tracing to hours, and the picture is shown as it is.
+constexpr long long kMaxVectorizedPixels = 16ll * 1000 * 1000;
 
 } // namespace
 

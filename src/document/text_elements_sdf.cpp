@@ -1,6 +1,8 @@
 // The text elements in the project file. Neither writes its erase strokes:
 // a save drops them, as it does a line's.
 
+#include <string>
+
 #include "document/project_records.h"
 #include "document/text_elements.h"
 
@@ -55,11 +57,19 @@ template <class P> void WriteEffects(KVSDFWriter& w, const P& p) {
         KVProjectFileWriteBevel(w, *p.bevel);
 }
 
-// A font name is read whole and cut to its field.
+// A font name is read whole and cut to its field, never inside a character.
 void ReadFontName(KVSDFReadState& s, KVSDFChunk& c, char (&font)[kLFixedStringSize]) {
     LStringLongTemplate<char> name;
-    if (KVReadText(s, c, name))
-        LStrCopy(font, name.Get());
+    if (!KVReadText(s, c, name))
+        return;
+    std::string cut = name.Str();
+    if (cut.size() >= kLFixedStringSize) {
+        size_t end = kLFixedStringSize - 1;
+        while (end > 0 && (static_cast<unsigned char>(cut[end]) & 0xC0) == 0x80)
+            --end;
+        cut.resize(end);
+    }
+    LStrCopy(font, cut.c_str());
 }
 
 void WriteSegment(KVSDFWriter& w, const KVRichTextSegment& g) {
