@@ -6,7 +6,9 @@
 
 #include <cstdlib>
 #include <string>
+#include <tuple>
 
+#include "document/freehand.h"
 #include "document/image_element.h"
 #include "document/text_elements.h"
 #include "imaging/image_export.h"
@@ -170,6 +172,42 @@ TEST(ElementsProject, TextRichTextAndATurnedPictureLandWhereTheyShould) {
     EXPECT_NEAR(middle[0], 120, 6);
     // The placement's corner lies outside the turned picture.
     EXPECT_EQ(picture.GetPictureRow(421)[401 * 4 + 1], 255);
+}
+
+// Regions traced for a 40 x 40 placement, shown at 80 x 40 elsewhere: they
+// stretch with the placement, and the inner one, traced second, lies on top.
+TEST(ElementsProject, TracedRegionsFollowTheirPictureAndKeepTheirOrder) {
+    KVProject project("traced");
+    auto* image = new KVImage("traced", 200, 100, 72, LPixelColour(255, 255, 255, 255));
+    KVLayer* layer = project.AddNewImage(image);
+    LImageBuffer picture;
+    LImage::New(picture, 40, 40, LPixelFormatB8G8R8A8);
+    picture.Clear(LPixelColour(0, 0, 0, 255));
+    auto* e = new KVImageElement(picture);
+    KVImageElementProperties p = e->GetProperties();
+    LList<KVElement> regions;
+    for (auto [from, to, red] : {std::tuple{0.0f, 40.0f, 200}, std::tuple{10.0f, 30.0f, 20}}) {
+        KVSimplePathElementProperties region;
+        region.colour = LGuiColorAlpha(static_cast<unsigned char>(red), 90, 90, 255);
+        KVDrawPath outline(40, 40, nullptr);
+        for (auto [x, y] : {std::pair{from, from}, {to, from}, {to, to}, {from, to}})
+            outline.AddCoord(new KVDrawCoord(x, y));
+        region.SetPath(outline);
+        regions.PushBack(new KVSimplePathElement(region));
+    }
+    p.width = p.height = 40;
+    p.SetVectorization(regions);
+    p.vectorized = true;
+    p.x = 100, p.y = 50, p.width = 80, p.height = 40;
+    e->SetProperties(p, false, nullptr);
+    image->AddNewElement(e, layer, false, false);
+    LImageBuffer shown = kvtest::RenderProject(project);
+    kvtest::KeepPicture(shown, "traced-regions.png");
+    const auto red = [&](int x, int y) { return shown.GetPictureRow(y)[x * 4 + 2]; };
+    EXPECT_NEAR(red(105, 55), 200, 2);
+    EXPECT_NEAR(red(140, 70), 20, 2);
+    EXPECT_NEAR(red(175, 85), 200, 2);
+    EXPECT_EQ(red(95, 70), 255);
 }
 
 // The independent decode is Pillow's.
