@@ -41,6 +41,22 @@ LBoundingBox2T<float> TurnedPlacement(const KVImageElementProperties& p) {
 
 int RoundToInt(float v) { return static_cast<int>(Round(v)); }
 
+// A new placement and turn, with the erase strokes taken along: moved and
+// scaled with the placement, then turned about its new centre.
+void Place(KVImageElementProperties& p, const LBoundingBox2T<float>& box, float rotation) {
+    const LBoundingBox2T<float> old = p.GetPlacement();
+    p.x = RoundToInt(box.x1);
+    p.y = RoundToInt(box.y1);
+    p.width = RoundToInt(box.x2 - box.x1);
+    p.height = RoundToInt(box.y2 - box.y1);
+    const LBoundingBox2T<float> placed = p.GetPlacement();
+    KVFollowBoxWithEraserStrokes(p, old, placed);
+    if (rotation != p.rotation)
+        p.RotateEraserStrokes({(placed.x1 + placed.x2) * 0.5f, (placed.y1 + placed.y2) * 0.5f},
+                              rotation - p.rotation);
+    p.rotation = rotation;
+}
+
 // The largest placement traced, sixteen times what already asks the user to
 // think twice: beyond it the work buffers alone run to gigabytes and the
 // tracing to hours, and the picture is shown as it is.
@@ -215,12 +231,7 @@ bool KVImageElement::Update(KVElementWidget* widget) {
     const LBoundingBox2T<float> box = widget->GetDimensions();
     const auto* geometry = dynamic_cast<const KVShapeWidgetGeometry*>(widget);
     const KVImageElementUndoRedo::Placement before{p.GetPlacement(), p.rotation};
-    p.x = RoundToInt(box.x1);
-    p.y = RoundToInt(box.y1);
-    p.width = RoundToInt(box.x2 - box.x1);
-    p.height = RoundToInt(box.y2 - box.y1);
-    if (geometry)
-        p.rotation = geometry->GetRotation();
+    Place(p, box, geometry ? geometry->GetRotation() : p.rotation);
     const KVImageElementUndoRedo::Placement after{p.GetPlacement(), p.rotation};
     if (after.box == before.box && after.rotation == before.rotation)
         return false;
@@ -236,6 +247,8 @@ void KVImageElement::Crop(LBoundingBox2T<float> box, LUndoRedoGroup* group) {
     P p = GetProperties();
     p.x -= RoundToInt(box.x1);
     p.y -= RoundToInt(box.y1);
+    p.TranslateEraserStrokes(static_cast<float>(-RoundToInt(box.x1)),
+                             static_cast<float>(-RoundToInt(box.y1)));
     const long canvasWidth = Round(box.x2 - box.x1), canvasHeight = Round(box.y2 - box.y1);
     const long left = std::max<long>(p.x, 0), top = std::max<long>(p.y, 0);
     const long right = std::min<long>(static_cast<long>(p.x) + p.width, canvasWidth);
@@ -273,10 +286,9 @@ void KVImageElement::Crop(LBoundingBox2T<float> box, LUndoRedoGroup* group) {
 
 void KVImageElement::Resize(float sx, float sy, bool addUndo) {
     P p = GetProperties();
-    p.x = RoundToInt(static_cast<float>(p.x) * sx);
-    p.y = RoundToInt(static_cast<float>(p.y) * sy);
-    p.width = RoundToInt(static_cast<float>(p.width) * sx);
-    p.height = RoundToInt(static_cast<float>(p.height) * sy);
+    const float x = static_cast<float>(p.x) * sx, y = static_cast<float>(p.y) * sy;
+    Place(p, {x, y, x + static_cast<float>(p.width) * sx, y + static_cast<float>(p.height) * sy},
+          p.rotation);
     SetProperties(p, addUndo, nullptr);
 }
 
@@ -329,11 +341,7 @@ void KVImageElementUndoRedo::Restore(bool toNew) {
     KVImageElementProperties p = element->GetProperties();
     if (isPlacement) {
         const Placement& to = placement[toNew ? 1 : 0];
-        p.x = RoundToInt(to.box.x1);
-        p.y = RoundToInt(to.box.y1);
-        p.width = RoundToInt(to.box.x2 - to.box.x1);
-        p.height = RoundToInt(to.box.y2 - to.box.y1);
-        p.rotation = to.rotation;
+        Place(p, to.box, to.rotation);
     } else {
         const Vectorization& to = vectorization[toNew ? 1 : 0];
         p.vectorized = to.vectorized;

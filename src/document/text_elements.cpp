@@ -84,6 +84,16 @@ private:
     KVRenderImage* scaledOn = nullptr;
 };
 
+// A new box and turn, with the erase strokes taken along: moved and scaled
+// with the box, then turned about its new centre.
+template <class P> void FollowBox(P& p, const LBoundingBox2T<float>& box, float rotation) {
+    KVFollowBoxWithEraserStrokes(p, p.bounds, box);
+    p.bounds = box;
+    if (rotation != p.rotation)
+        p.RotateEraserStrokes(Centre(box), rotation - p.rotation);
+    p.rotation = rotation;
+}
+
 enum TextSlot : unsigned long { kSlotShadow, kSlotBody, kSlotBevel, kSlotCount };
 
 void WeighSlots(KVSubInterfaceCreator& subs, bool shadow, bool bevel) {
@@ -207,21 +217,20 @@ bool KVTextElement::Update(KVElementWidget* widget) {
     const float rotation = geometry ? geometry->GetRotation() : p.rotation;
     if (box == p.bounds && rotation == p.rotation)
         return false;
-    p.bounds = box;
-    p.rotation = rotation;
+    FollowBox(p, box, rotation);
     SetProperties(p, true, nullptr);
     return true;
 }
 
 void KVTextElement::Crop(LBoundingBox2T<float> box, LUndoRedoGroup* group) {
     P p = GetProperties();
-    p.bounds = Moved(p.bounds, -box.x1, -box.y1);
+    FollowBox(p, Moved(p.bounds, -box.x1, -box.y1), p.rotation);
     SetProperties(p, group != nullptr, group);
 }
 
 void KVTextElement::Resize(float sx, float sy, bool addUndo) {
     P p = GetProperties();
-    p.bounds = ResizedBox(p.bounds, sx, sy);
+    FollowBox(p, ResizedBox(p.bounds, sx, sy), p.rotation);
     const long size = Round(static_cast<float>(p.fontSize) * (sx + sy) * 0.5f);
     p.fontSize = size > 0 ? static_cast<unsigned long>(size) : 0;
     SetProperties(p, addUndo, nullptr);
@@ -318,15 +327,14 @@ bool KVRichTextElement::Update(KVElementWidget* widget) {
     // The runs go where the box goes; their sizes are the editor's business.
     for (KVRichTextSegment& s : p.segments)
         s.bounds = Moved(s.bounds, box.x1 - p.bounds.x1, box.y1 - p.bounds.y1);
-    p.bounds = box;
-    p.rotation = rotation;
+    FollowBox(p, box, rotation);
     SetProperties(p, true, nullptr);
     return true;
 }
 
 void KVRichTextElement::Crop(LBoundingBox2T<float> box, LUndoRedoGroup* group) {
     P p = GetProperties();
-    p.bounds = Moved(p.bounds, -box.x1, -box.y1);
+    FollowBox(p, Moved(p.bounds, -box.x1, -box.y1), p.rotation);
     for (KVRichTextSegment& s : p.segments)
         s.bounds = Moved(s.bounds, -box.x1, -box.y1);
     SetProperties(p, group != nullptr, group);
@@ -336,7 +344,7 @@ void KVRichTextElement::Crop(LBoundingBox2T<float> box, LUndoRedoGroup* group) {
 // look and only its place changes with the picture.
 void KVRichTextElement::Resize(float sx, float sy, bool addUndo) {
     P p = GetProperties();
-    p.bounds = ResizedBox(p.bounds, sx, sy);
+    FollowBox(p, ResizedBox(p.bounds, sx, sy), p.rotation);
     for (KVRichTextSegment& s : p.segments)
         s.bounds = Moved(s.bounds, s.bounds.x1 * sx - s.bounds.x1, s.bounds.y1 * sy - s.bounds.y1);
     SetProperties(p, addUndo, nullptr);

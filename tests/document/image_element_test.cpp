@@ -6,6 +6,7 @@
 #include "document/freehand.h"
 #include "document/image_element.h"
 #include "document/project.h"
+#include "document/text_elements.h"
 #include "support/recording_target.h"
 
 using kvtest::RecordingTarget;
@@ -125,6 +126,37 @@ TEST(ImageElement, UndoRestoresPlacementAndVectorisation) {
     // Made again for the detail in force.
     EXPECT_EQ(e->GetProperties().GetNumberVectors(), 0u);
     EXPECT_EQ(e->GetRenderedDimensions(), (LBoundingBox2T<float>(20, 40, 120, 120)));
+}
+
+// An erased spot stays on the same spot of the picture, and of the text,
+// through a resize, a crop and the undo of a move.
+TEST(ImageElement, EraseStrokesFollowThePicture) {
+    const auto spot = [](const KVErasableProperties& p) {
+        float x = 30, y = 40;
+        p.strokes.GetFirst()->transform.TransformPoint(x, y);
+        return std::vector<float>{x, y};
+    };
+    const KVEraserStroke stroke(KVDrawPath(1, 1, nullptr), 2, 0, {});
+    KVImage image("i", 200, 200, 72, LPixelColour());
+    KVImageElement* e = Placed(10, 20, 50, 40, 100, 80);
+    image.AddNewElement(e, image.GetFirstLayer(), false, false);
+    e->AddEraserStroke(stroke, false, nullptr);
+    e->Resize(2, 2, false);
+    EXPECT_EQ(spot(e->GetProperties()), (std::vector<float>{60, 80}));
+    e->Crop({5, 10, 200, 200}, nullptr);
+    EXPECT_EQ(spot(e->GetProperties()), (std::vector<float>{55, 70}));
+    KVImageElementUndoRedo move(e, {e->GetProperties().GetPlacement(), 0},
+                                {{0, 0, 100, 80}, 0});
+    move.Redo();
+    EXPECT_EQ(spot(e->GetProperties()), (std::vector<float>{40, 40}));
+
+    KVTextElementProperties t;
+    t.bounds = {10, 20, 60, 60};
+    t.AddEraserStroke(stroke);
+    KVTextElement text(t);
+    text.Resize(2, 2, false);
+    text.Crop({5, 10, 200, 200}, nullptr);
+    EXPECT_EQ(spot(text.GetProperties()), (std::vector<float>{55, 70}));
 }
 
 TEST(PictureProject, IsNamedAfterTheFileOnOpaqueWhite) {
