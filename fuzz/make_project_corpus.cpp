@@ -8,7 +8,9 @@
 #include <string>
 
 #include "document/freehand.h"
+#include "document/image_element.h"
 #include "document/shapes.h"
+#include "document/text_elements.h"
 #include "persistence/project_file.h"
 
 namespace {
@@ -129,6 +131,47 @@ void AddEffects(KVImage& image, KVLayer* layer) {
     image.AddNewElement(new KVPenElement(pen), layer, false, false);
 }
 
+// Text in two scripts with both effects, rich runs in several fonts, and a
+// turned picture with traced regions and an erase stroke.
+void AddTextAndPictures(KVImage& image, KVLayer* layer) {
+    KVTextElementProperties t;
+    t.text.Set("Text \xC3\xA9\xE2\x82\xAC\nsecond line");
+    t.bounds = {5, 5, 120, 60};
+    t.rotation = 10;
+    t.scaleX = 1.5f;
+    t.SetShadow(KVDropShadow());
+    t.SetBevelEmboss(KVBevelEmboss());
+    image.AddNewElement(new KVTextElement(t), layer, false, false);
+    KVRichTextElementProperties r;
+    r.bounds = {0, 60, 200, 100};
+    for (const char* font : {"Liberation Serif", "DejaVu Sans"}) {
+        KVRichTextSegment g;
+        LStrCopy(g.font, font);
+        g.text.Set(font);
+        g.size = 14;
+        g.bounds = {r.bounds.x1 + 90 * (g.text.GetLength() % 2), 60, 190, 90};
+        r.segments.push_back(g);
+    }
+    image.AddNewElement(new KVRichTextElement(r), layer, false, false);
+    LImageBuffer picture;
+    LImage::New(picture, 8, 6, LPixelFormatB8G8R8A8);
+    picture.Clear(LPixelColour(200, 100, 50, 255));
+    auto* e = new KVImageElement(picture);
+    KVImageElementProperties p = e->GetProperties();
+    p.x = 120, p.y = 20, p.width = 60, p.height = 40, p.rotation = 25, p.vectorized = true;
+    LList<KVElement> regions;
+    KVSimplePathElementProperties region;
+    KVDrawPath outline(8, 6, nullptr);
+    for (auto [x, y] : {std::pair{0.0f, 0.0f}, {8.0f, 0.0f}, {8.0f, 6.0f}})
+        outline.AddCoord(new KVDrawCoord(x, y));
+    region.SetPath(outline);
+    regions.PushBack(new KVSimplePathElement(region));
+    p.SetVectorization(regions);
+    p.AddEraserStroke(KVEraserStroke(KVDrawPath(200, 100, nullptr), 5, 20, {}));
+    e->SetProperties(p, false, nullptr);
+    image.AddNewElement(e, layer, false, false);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -138,12 +181,15 @@ int main(int argc, char** argv) {
     }
     const std::string folder = argv[1];
     LProcessInterfaceVoid process;
-    // 0 and 1: shapes, 2: freehand strokes, 3: every effect on every kind.
-    for (int variant = 0; variant < 4; ++variant) {
+    // 0 and 1: shapes, 2: freehand strokes, 3: every effect on every kind,
+    // 4: text and pictures.
+    for (int variant = 0; variant < 5; ++variant) {
         KVProject project("seed");
         auto* image = new KVImage("seed", 200, 100, 72, LPixelColour(255, 255, 255, 255));
         KVLayer* layer = project.AddNewImage(image);
-        if (variant == 3)
+        if (variant == 4)
+            AddTextAndPictures(*image, layer);
+        else if (variant == 3)
             AddEffects(*image, layer);
         else if (variant == 2)
             AddStrokes(*image, layer);

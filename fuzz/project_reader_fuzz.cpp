@@ -3,13 +3,17 @@
 // what loaded.
 
 #include <cstdint>
+#include <cstdlib>
 
 #include "fuzz_support.h"
 #include "persistence/project_file.h"
 #include "render/render_results.h"
+#include "support/library_caches.h"
 
 namespace {
 constexpr unsigned long kRenderedPixels = 256 * 256;
+// Registered after the sanitizer's own exit check, so it runs before it.
+const int kCachesReleasedAtExit = std::atexit(kvtest::ReleaseLibraryCaches);
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -19,3 +19,11 @@ const char* KVElementWidget::GetElementName() const {
     KVElement* e = GetElement();
     return e ? e->GetName() : "";
 }
+
+void KVFollowBoxWithEraserStrokes(KVErasableProperties& p, const LBoundingBox2T<float>& old,
+                                  const LBoundingBox2T<float>& fresh) {
+    if (old.GetWidth() > 0 && old.GetHeight() > 0)
+        p.UpdateEraserStrokes(old, fresh, 0.0f);
+    else
+        p.TranslateEraserStrokes(fresh.x1 - old.x1, fresh.y1 - old.y1);
+}

@@ -180,6 +180,11 @@ private:
     mutable LLockObject lock;
 };
 
+// Erase strokes follow a box without an outline from `old` to `fresh`: moved
+// with its corner, scaled with its sides; a box of no size only moves them.
+void KVFollowBoxWithEraserStrokes(KVErasableProperties& p, const LBoundingBox2T<float>& old,
+                                  const LBoundingBox2T<float>& fresh);
+
 // Stands behind the crop frame and other tools that need a widget with an
 // element; never enters a layer.
 class KVDummyElement : public KVElement {

@@ -4,8 +4,10 @@
 #include <unordered_map>
 
 #include "document/freehand.h"
+#include "document/image_element.h"
 #include "document/project_records.h"
 #include "document/shapes.h"
+#include "document/text_elements.h"
 
 namespace {
 
@@ -25,6 +27,9 @@ const std::unordered_map<std::string_view, KVElement* (*)()>& Kinds() {
         {"marker", &Make<KVMarkerElement>},
         {"brush", &Make<KVBrushElement>},
         {"spray", &Make<KVSprayElement>},
+        {"text", &Make<KVTextElement>},
+        {"richtext", &Make<KVRichTextElement>},
+        {"image", &Make<KVImageElement>},
     };
     return kinds;
 }

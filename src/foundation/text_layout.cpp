@@ -153,6 +153,19 @@ bool LPaintSurfaceTextLayoutManager::Create(float width, float height) {
     return true;
 }
 
+std::vector<LPaintSurfaceTextLayoutManager::LineRange>
+LPaintSurfaceTextLayoutManager::GetLineRanges() const {
+    std::vector<LineRange> ranges;
+    if (!layout)
+        return ranges;
+    const int count = pango_layout_get_line_count(layout);
+    for (int i = 0; i < count; ++i) {
+        const PangoLayoutLine* line = pango_layout_get_line_readonly(layout, i);
+        ranges.push_back({line->start_index, line->length});
+    }
+    return ranges;
+}
+
 void LPaintSurfaceTextLayoutManager::Measure(float& width, float& height) const {
     float widest = 0;
     for (const Line& l : lines) {

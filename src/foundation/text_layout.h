@@ -46,6 +46,15 @@ public:
     // Ascent plus descent, in the surface's units.
     float GetLineHeight() const { return lineHeight * layoutScale; }
     bool IsMultiLine() const { return multiLine; }
+    // The text as laid out: broken UTF-8 already replaced, one trailing line
+    // break dropped.
+    const char* GetText() const { return text.Get(); }
+    // Where each laid-out line starts in GetText() and how many bytes it
+    // holds, its line break left out; byte offsets.
+    struct LineRange {
+        int start, length;
+    };
+    std::vector<LineRange> GetLineRanges() const;
 
 private:
     struct Line {

@@ -1,13 +1,16 @@
-// The controller's file commands: opening projects, Save, Save As and the
+// The controller's file commands: opening projects and pictures, Save, Save As and the
 // save by file type, which writes a project or renders a picture.
 
 #include <cstdint>
 #include <cstdio>
+#include <vector>
 
+#include "document/image_element.h"
 #include "exchange/file_types.h"
 #include "foundation/app_paths.h"
 #include "foundation/string.h"
 #include "imaging/image_export.h"
+#include "imaging/image_file.h"
 #include "persistence/project_file.h"
 #include "shell/main_dialog_p.h"
 #include "shell/ui_window.h"
@@ -17,13 +20,36 @@
 
 using namespace kvshell;
 
+namespace {
+
+// Projects first, then what the codec table lets the editor open; the
+// combined entry takes projects as well.
+std::vector<LFileFilter> OpenFilters() {
+    std::vector<LFileFilter> filters = {{"Korvane Project File(*.kvp)", "*.kvp"}};
+    LImageCodecFilterList list;
+    LStringLongTemplate<char> unused;
+    if (!list.Init(unused, LImageIOTypeLoad, KVImageCodecVetoer()))
+        return filters;
+    for (const LImageCodecFilterItem& item : list) {
+        if (item.name.IsEmpty() || item.extensions.IsEmpty())
+            continue;
+        if (item.codec == LImageCodecNone)
+            filters.insert(filters.begin(), {item.name.Get(), std::string("*.kvp;") + item.extensions.Get()});
+        else
+            filters.push_back({item.name.Get(), item.extensions.Get()});
+    }
+    return filters;
+}
+
+} // namespace
+
 void MainDialog::CmOpenFile(const char* path) {
     std::string chosen;
     if (!path) {
         LFileDialogRequest request;
         request.title = "Open File";
         request.folder = LGetPicturesFolder();
-        request.filters = {{"Korvane Project File(*.kvp)", "*.kvp"}};
+        request.filters = OpenFilters();
         chosen = LFileDialog(this, request);
         if (chosen.empty())
             return;
@@ -33,11 +59,16 @@ void MainDialog::CmOpenFile(const char* path) {
         return;
     const std::string fileName = BaseName(path);
     if (KVGetSaveKind(path) != KVExportKindProject) {
-        char text[600];
-        std::snprintf(text, sizeof text,
-                      "\"%s\" can't be opened: this version opens Korvane projects (.kvp) only.",
-                      fileName.c_str());
-        LAlert(this, kAlertTitle, text);
+        // Any other file is a picture to the codecs; one they cannot read
+        // says so in the progress window.
+        LImageBuffer picture;
+        const KVImageCodecVetoer vetoer;
+        LProcessImageLoadFile load(path, 3000, &vetoer, picture);
+        LProcessDialog<LProcessImageLoadFile> dialog(this, "Loading File", load);
+        if (dialog.Run() != LProcessResultOk || !picture.IsValid())
+            return;
+        KVProject* opened = KVNewPictureProject(path, picture).release();
+        AddAndSelect(opened, opened->GetName());
         return;
     }
     auto project = std::make_unique<KVProject>(WithoutExtension(fileName).c_str());

@@ -14,6 +14,7 @@
 #include "toolkit/main_window.h"
 
 class KVUiWindow;
+struct KVImageElementProperties;
 class LProcessInterface;
 
 // Command ids of the menus, tool bars and keys.
@@ -63,6 +64,9 @@ public:
     void CmNewImage(KVProject* project);
     // Null asks for a file. A path that does not exist does nothing.
     void CmOpenFile(const char* path);
+    // Traces the picture of an image element's panel record into its paths,
+    // after asking when it may take long; false when cancelled or failed.
+    bool EvVectorizeImageElement(KVImageElementProperties& properties);
     // Writes the current project by the extension of `path`; null process
     // gives a progress window.
     LProcessResult SaveFile(LProcessInterface* process, const char* path);

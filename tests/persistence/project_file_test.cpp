@@ -5,11 +5,14 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <tuple>
 #include <sys/resource.h>
 #include <vector>
 
 #include "document/freehand.h"
+#include "document/image_element.h"
 #include "document/shapes.h"
+#include "document/text_elements.h"
 #include "persistence/project_file.h"
 #include "support/process_log.h"
 #include "support/temp_dir.h"
@@ -511,6 +514,96 @@ TEST_F(ProjectFileTest, ASimplePathsFieldsComeBackAsWritten) {
     EXPECT_EQ(ReadAll(first), ReadAll(write(read, "simple-b")));
     EXPECT_EQ(read.GetProperties().outline.GetBounds(), LBoundingBox2T<float>(1, 2, 30, 35));
     EXPECT_EQ(read.GetProperties().path.GetHeight(), 40u);
+}
+
+// Text in several scripts, fonts and sizes, and a picture with translucent
+// pixels, erase strokes and two traced regions: a reload changes none of it,
+// and the regions keep the order they are painted in.
+TEST_F(ProjectFileTest, TextRichTextAndPicturesSaveLoadAndSaveToTheSameBytes) {
+    KVProject project("p");
+    auto* image = new KVImage("i", 300, 200, 72, LPixelColour(255, 255, 255, 255));
+    KVLayer* layer = project.AddNewImage(image);
+    KVTextElementProperties t;
+    t.text.Set("Gr\xC3\xBC\xC3\x9F" "e\n\xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x98\x80");
+    LStrCopy(t.font, "Liberation Serif");
+    t.bold = t.underline = true;
+    t.fontSize = 31;
+    t.alignment = 2;
+    t.lineSpacing = 1.5f;
+    t.rotation = -12;
+    t.scaleX = 0.75f;
+    t.bounds = {5, 6, 150, 90};
+    t.colour = LGuiColorAlpha(10, 20, 30, 40);
+    t.SetShadow(KVDropShadow{3, 4, 5, 6});
+    image->AddNewElement(new KVTextElement(t), layer, false, false);
+    KVRichTextElementProperties r;
+    r.bounds = {0, 100, 200, 180};
+    r.SetBevelEmboss(KVBevelEmboss{3});
+    for (auto [font, size, text] : {std::tuple{"Liberation Sans", 12.0f, "caf\xC3\xA9 "},
+                                    std::tuple{"DejaVu Serif", 30.0f, "\xCE\xB1\xCE\xB2"}}) {
+        KVRichTextSegment g;
+        LStrCopy(g.font, font);
+        g.size = size;
+        g.text.Set(text);
+        g.italic = true;
+        g.colour = LGuiColor::FromBytes(200, 0, 7);
+        g.bounds = {size, 100, size * 4, 140};
+        r.segments.push_back(g);
+    }
+    image->AddNewElement(new KVRichTextElement(r), layer, false, false);
+    LImageBuffer picture;
+    LImage::New(picture, 7, 5, LPixelFormatB8G8R8A8);
+    for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 7; ++x) {
+            unsigned char* px = picture.GetPictureRow(y) + x * 4;
+            const unsigned char a = static_cast<unsigned char>(x == 3 ? 128 : 255);
+            px[0] = static_cast<unsigned char>(x * 30 * a / 255), px[1] = 0;
+            px[2] = static_cast<unsigned char>(y * 50 * a / 255), px[3] = a;
+        }
+    auto* pictureElement = new KVImageElement(picture);
+    KVImageElementProperties ip = pictureElement->GetProperties();
+    ip.x = 40, ip.y = 50, ip.width = 70, ip.height = 50, ip.rotation = 15, ip.detail = 77;
+    ip.vectorized = true;
+    LList<KVElement> regions;
+    for (unsigned char c : {1, 2}) {
+        KVSimplePathElementProperties sp;
+        sp.colour = LGuiColorAlpha(c, c, c, 255);
+        regions.PushBack(new KVSimplePathElement(sp));
+    }
+    ip.SetVectorization(regions);
+    ip.AddEraserStroke(KVEraserStroke(KVDrawPath(300, 200, nullptr), 5, 0, {}));
+    pictureElement->SetProperties(ip, false, nullptr);
+    image->AddNewElement(pictureElement, layer, false, false);
+
+    const std::string first = Save(project, "first.kvp");
+    std::unique_ptr<KVProject> loaded = Load(first);
+    EXPECT_EQ(ReadAll(first), ReadAll(Save(*loaded, "second.kvp")));
+    const auto* text = ElementAt<KVTextElement>(*loaded, 0);
+    const auto* rich = ElementAt<KVRichTextElement>(*loaded, 1);
+    auto* read = ElementAt<KVImageElement>(*loaded, 2);
+    ASSERT_TRUE(text && rich && read);
+    EXPECT_STREQ(text->GetProperties().text.Get(), t.text.Get());
+    EXPECT_EQ(rich->GetProperties().segments.at(1).text, "\xCE\xB1\xCE\xB2");
+    const KVImageElementProperties back = read->GetProperties();
+    EXPECT_EQ(back.detail, 77);
+    EXPECT_EQ(static_cast<const KVSimplePathElement*>(back.GetVectorizationForReading().Get())
+                  ->GetProperties().colour.Red8(), 1);
+}
+
+TEST_F(ProjectFileTest, APictureThatDoesNotDecodeFailsTheLoad) {
+    KVProject project("p");
+    KVLayer* layer = project.AddNewImage(new KVImage("i", 10, 10, 72, LPixelColour()));
+    LImageBuffer picture;
+    LImage::New(picture, 4, 4, LPixelFormatB8G8R8A8);
+    picture.Clear(LPixelColour(1, 2, 3, 255));
+    project.GetCurrentImage()->AddNewElement(new KVImageElement(picture), layer, false, false);
+    std::string bytes = ReadAll(Save(project, "good.kvp"));
+    const size_t png = bytes.find("IHDR");
+    ASSERT_NE(png, std::string::npos);
+    bytes[png + 4] = 0x7F; // a width no picture has
+    const std::string bad = dir.File("bad.kvp");
+    std::ofstream(bad, std::ios::binary) << bytes;
+    Load(bad, LProcessResultError);
 }
 
 } // namespace

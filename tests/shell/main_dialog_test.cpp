@@ -26,6 +26,7 @@
 
 #include "document/shapes.h"
 #include "foundation/app_paths.h"
+#include "imaging/image_file.h"
 #include "persistence/project_file.h"
 #include "shell/main_dialog.h"
 #include "shell/ui_window.h"
@@ -182,6 +183,19 @@ TEST_F(Editor, FilesGivenAtStartOpenInTabsTheLastSelectedAndAMissingOneIsNamedIn
     ASSERT_EQ(alerts.size(), 1u);
     EXPECT_NE(alerts[0].text.find("is not a project file"), std::string::npos);
     EXPECT_EQ(dialog->GetProjects().GetCount(), 2u);
+
+    // A picture opens as a project of its own, named after the file.
+    LImageBuffer photo;
+    LImage::New(photo, 40, 30, LPixelFormatB8G8R8A8);
+    photo.Clear(LPixelColour(10, 200, 30, 255));
+    const std::string png = dir.File("photo.png");
+    ASSERT_TRUE(LImage::Save(photo, png.c_str()));
+    dialog->CmOpenFile(png.c_str());
+    ASSERT_EQ(dialog->GetProjects().GetCount(), 3u);
+    EXPECT_EQ(tabs.tabText(tabs.currentIndex()), "photo");
+    Settle();
+    EXPECT_EQ(dialog->GetUiWindow().GetView().GetPicture().width(), 40);
+    EXPECT_EQ(ShownPixel(*dialog, 20, 15), qRgb(10, 200, 30));
 }
 
 TEST_F(Editor, WhenNoFileGivenAtStartOpensTheWindowHasANewProject) {
