@@ -87,11 +87,15 @@ TEST(ImageElement, PaintsTurnedAndFallsBackToThePictureWhenTracingFails) {
     KVImageElementProperties p = e->GetProperties();
     p.rotation = 30;
     p.vectorized = true;
+    // Too large a placement to trace: the picture itself is drawn.
+    p.width = 5000;
+    p.height = 4000;
     e->SetProperties(p, false, nullptr);
     RecordingTarget t;
     LProcessInterfaceVoid v;
     EXPECT_EQ(e->Render(v, t), LProcessResultOk);
-    EXPECT_EQ(t.Calls(), (Calls{"t0 BeginRotate 30 (35,40) -> t1", "t1 DrawImage", "t0 FinishRotate"}));
+    EXPECT_EQ(t.Calls(),
+              (Calls{"t0 BeginRotate 30 (2510,2020) -> t1", "t1 DrawImage", "t0 FinishRotate"}));
 
     AddPaths(p, 2);
     e->SetProperties(p, false, nullptr);
