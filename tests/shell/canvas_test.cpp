@@ -6,6 +6,7 @@
 
 #include <QTest>
 
+#include <cstdlib>
 #include <filesystem>
 
 #include "document/freehand.h"
@@ -157,6 +158,46 @@ TEST_F(Canvas, ElementsTurnIntoPenStrokesAndStrokesIntoOtherKinds) {
     dialog.Command(KVCmUndo);
     dialog.Command(KVCmUndo);
     EXPECT_STREQ(Last()->GetName(), "rectangle");
+}
+
+// The live stroke is drawn with the render's own stamps, at the zoom: when
+// the render arrives the stroke must not move or change width. Set
+// KV_CANVAS_SHOTS to a folder to keep the pictures of both.
+TEST_F(Canvas, ALiveStrokeLiesWhereItsRenderLandsAtEachZoom) {
+    for (float zoom : {1.0f, 2.0f}) {
+        dialog.CmZoom(zoom);
+        Surface().SetScroll(0, 0);
+        const float y = 80 + 60 * zoom;
+        QWidget* view = Surface().viewport();
+        QTest::mousePress(view, Qt::LeftButton, {}, At(40, y));
+        for (int x = 40; x <= 160; x += 4)
+            QTest::mouseMove(view, At(static_cast<float>(x), y + (x % 40) / 4));
+        const QImage live = view->grab().toImage();
+        QTest::mouseRelease(view, Qt::LeftButton, {}, At(160, y));
+        ASSERT_TRUE(kvtest::WaitFor([&] { return Surface().GetStrokePreview().IsEmpty(); }));
+        const QImage rendered = view->grab().toImage();
+        if (const char* folder = std::getenv("KV_CANVAS_SHOTS")) {
+            const QString name = QString("%1/stroke-%2-").arg(folder).arg(static_cast<int>(zoom * 100));
+            live.save(name + "live.png");
+            rendered.save(name + "rendered.png");
+        }
+        // Down a column through the stroke: the dark run starts and ends
+        // within a pixel or two of each other.
+        auto darkRun = [&](const QImage& shot) {
+            const QPoint at = At(100, 0) * Surface().GetDeviceRatio();
+            int first = -1, last = -1;
+            for (int row = 0; row < shot.height(); ++row)
+                if (qGray(shot.pixel(at.x(), row)) < 128) {
+                    first = first < 0 ? row : first;
+                    last = row;
+                }
+            return std::make_pair(first, last);
+        };
+        const auto a = darkRun(live), b = darkRun(rendered);
+        ASSERT_GE(a.first, 0) << "the live stroke shows";
+        EXPECT_NEAR(a.first, b.first, 2 * zoom) << zoom;
+        EXPECT_NEAR(a.second, b.second, 2 * zoom) << zoom;
+    }
 }
 
 } // namespace
