@@ -160,7 +160,7 @@ void MainDialog::InitDialog() {
         }
     SetToolBarTabs(toolTabs);
     for (const KVTool& t : KVGetTools())
-        if (QAction* action = GetAction(t.command))
+        if (QAction* action = t.command ? GetAction(t.command) : nullptr)
             action->setCheckable(true);
     char title[kLFixedStringSize];
     std::snprintf(title, sizeof title, "%s %s", kTitle, KV_VERSION);
@@ -257,6 +257,8 @@ void MainDialog::UpdateCommandStates() {
                         2012u, 2013u, 2014u, 2015u})
         SetCommandEnabled(id, open);
     for (const KVTool& t : KVGetTools()) {
+        if (t.command == 0)
+            continue;
         SetCommandEnabled(t.command, open);
         SetCommandChecked(t.command, uiWindow->GetTool() == t.key);
     }

@@ -14,13 +14,15 @@ const std::vector<KVTool>& KVGetTools() {
         {KVCmToolPolygon, "polygon", "Polygon", "Draw a polygon", KVCaptureRectangle, "Shapes"},
         {KVCmToolTriangle, "triangle", "Triangle", "Draw a triangle", KVCaptureRectangle, "Shapes"},
         {KVCmToolLine, "line", "Line", "Draw a line", KVCaptureLine, "Shapes"},
+        // Chosen by the colour controls, not by a command.
+        {0, "eyedropper", "Eyedropper", "Pick a colour from the picture", KVCaptureEyedropper, ""},
     };
     return tools;
 }
 
 const KVTool* KVFindTool(unsigned command) {
     for (const KVTool& t : KVGetTools())
-        if (t.command == command)
+        if (command != 0 && t.command == command)
             return &t;
     return nullptr;
 }

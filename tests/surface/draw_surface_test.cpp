@@ -13,6 +13,7 @@
 #include <QTest>
 #include <QWheelEvent>
 
+#include <string>
 #include <vector>
 
 #include "surface/canvas_widgets.h"
@@ -276,6 +277,7 @@ TEST_F(DrawSurface, AtActualSizeEachImagePixelIsOneScreenPixelUnblurred) {
     surface.UpdateDisplayedImage(stripes);
     surface.UpdateZoom(1.0f);
     const QImage shown = View()->grab().toImage();
+    RecordProperty("device_ratio", std::to_string(ratio));
     ASSERT_EQ(shown.width(), 400);
     for (int x = 0; x < 40; ++x)
         EXPECT_EQ(qRed(shown.pixel(180 + x, 145)), x % 2 ? 0 : 255) << x;
