@@ -165,12 +165,10 @@ private:
     int PageOffsetY() const;
     // Rebuilds the page pictures (zoomed image, checkerboard) when the page moved.
     void CreateZoomedScrolledImage();
-    void FinishStroke(int x, int y);
     void AppendPressure(long level);
     void ReleasePath();
     KVCanvasWidget* FindWidgetAt(float x, float y, const KVCanvasWidget* skip) const;
     void FinishRubberBand();
-    void DeleteWidget(KVCanvasWidget* widget);
     QPoint DevicePoint(QPointF logical) const;
     void PaintShapePreview(QPainter& painter, const QRectF& box) const;
 

@@ -454,14 +454,6 @@ void KVDrawSurface::AddWidgets(LList<KVElementWidget>& list) {
     viewport()->update();
 }
 
-void KVDrawSurface::DeleteWidget(KVCanvasWidget* widget) {
-    if (!widget)
-        return;
-    if (widgets.Owns(widget))
-        widgets.Remove(widget);
-    delete widget;
-}
-
 void KVDrawSurface::RemoveWidgets() {
     // A group's members go back first, and die with the rest.
     if (selectedWidget && !widgets.Owns(selectedWidget)) {

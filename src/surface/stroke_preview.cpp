@@ -21,10 +21,6 @@ LPaintPixels Pixels(const LImageBuffer& picture) {
     return pixels;
 }
 
-bool IsTurned(KVBrushType type) {
-    return type == KVBrushSpray || type == KVBrushCrayonSplotch || type == KVBrushPencil;
-}
-
 } // namespace
 
 KVStrokePreview::KVStrokePreview() = default;
@@ -88,7 +84,7 @@ void KVStrokePreview::PrepareStamps(Stroke& stroke) const {
         pass.spacing = 0.5f;
         const LGuiColorAlpha stampColour = GetStamp(specks, pass.spacing, stroke.style.colour, stroke.style.width, type);
         MakeStampPicture(pass.picture, specks, stampColour, stroke.style.width);
-        pass.turned = IsTurned(type);
+        pass.turned = KVIsStampTurned(type);
         // A spacing of nothing would never step on.
         pass.spacing = std::max(pass.spacing, 0.05f);
         if (pass.picture.IsValid())
