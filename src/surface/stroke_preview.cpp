@@ -7,19 +7,17 @@
 #include "foundation/brush.h"
 #include "foundation/graphics_path.h"
 #include "foundation/line_style.h"
+#include "foundation/process.h"
 #include "imaging/image_painter.h"
 #include "render/stamps.h"
 
 namespace {
 
-LPaintPixels Pixels(const LImageBuffer& picture) {
-    LPaintPixels pixels;
-    pixels.data = picture.GetPictureRow(0);
-    pixels.width = picture.width;
-    pixels.height = picture.height;
-    pixels.stride = picture.GetPictureRowStep();
-    return pixels;
-}
+// At most this many turns of a stamp are kept, within this many bytes: a
+// turn picked from a few dozen looks as random as one of its own, and is
+// laid by a plain copy instead of a turned drawing.
+constexpr int kMaxTurns = 72;
+constexpr double kTurnBudget = 32.0 * 1024 * 1024;
 
 } // namespace
 
@@ -33,7 +31,12 @@ void KVStrokePreview::SetPage(int canvasX, int canvasY, int width, int height, f
     pageY = canvasY;
     pageWidth = width;
     pageHeight = height;
+    const bool rezoom = z != zoom;
     zoom = z;
+    if (rezoom)
+        for (Stroke& s : strokes)
+            for (StampPass& pass : s.passes)
+                ZoomStamps(pass);
     painter.reset();
     page = LImageBuffer();
     if (strokes.empty() || !EnsurePage())
@@ -87,8 +90,10 @@ void KVStrokePreview::PrepareStamps(Stroke& stroke) const {
         pass.turned = KVIsStampTurned(type);
         // A spacing of nothing would never step on.
         pass.spacing = std::max(pass.spacing, 0.05f);
-        if (pass.picture.IsValid())
-            stroke.passes.push_back(std::move(pass));
+        if (!pass.picture.IsValid())
+            return;
+        ZoomStamps(pass);
+        stroke.passes.push_back(std::move(pass));
     };
     switch (stroke.style.type) {
     case KVBrushCrayon:
@@ -105,6 +110,19 @@ void KVStrokePreview::PrepareStamps(Stroke& stroke) const {
         break;
     default:
         break;
+    }
+}
+
+void KVStrokePreview::ZoomStamps(StampPass& pass) const {
+    pass.turns.clear();
+    LProcessInterfaceVoid quiet;
+    const int side = std::max(1, static_cast<int>(std::lround(pass.picture.width * zoom)));
+    if (LImage::Resize(quiet, pass.picture, pass.zoomed, side, side, false, LImage::ResizeFilterSmooth) !=
+        LProcessResultOk)
+        pass.zoomed = LImageBuffer();
+    if (pass.turned) {
+        const double bytesPerTurn = (side * 1.5 + 2) * (side * 1.5 + 2) * 4;
+        pass.turns.resize(static_cast<size_t>(std::clamp(kTurnBudget / bytesPerTurn, 1.0, double(kMaxTurns))));
     }
 }
 
@@ -147,22 +165,29 @@ void KVStrokePreview::LaySegment(Stroke& stroke, LPointTemplate<float> from, LPo
     const float dx = to.x - from.x, dy = to.y - from.y;
     const float length = std::sqrt(dx * dx + dy * dy);
     for (StampPass& pass : stroke.passes) {
-        const float side = static_cast<float>(pass.picture.width) * zoom;
+        if (!pass.zoomed.IsValid())
+            continue;
         auto lay = [&](float x, float y) {
-            // The picture is drawn from (x - width / 2, y - width / 2), as
-            // the render lays it.
-            const float left = (x - width * 0.5f) * zoom - pageX, top = (y - width * 0.5f) * zoom - pageY;
-            if (left + 2 * side < 0 || top + 2 * side < 0 || left - side > pageWidth || top - side > pageHeight)
-                return;
-            if (pass.turned) {
-                const float cx = left + side * 0.5f, cy = top + side * 0.5f;
-                LPaintSurface::TransformTranslate(c, cx, cy);
-                LPaintSurface::TransformRotate(c, static_cast<float>(std::rand() % 361));
-                LPaintSurface::TransformTranslate(c, -cx, -cy);
+            // Where the picture's centre falls: it is drawn from
+            // (x - width / 2, y - width / 2), as the render lays it.
+            const float cx = (x - width * 0.5f + pass.picture.width * 0.5f) * zoom - pageX;
+            const float cy = (y - width * 0.5f + pass.picture.height * 0.5f) * zoom - pageY;
+            const LImageBuffer* shown = &pass.zoomed;
+            if (!pass.turns.empty()) {
+                const size_t turn = static_cast<size_t>(std::rand() % 361) * pass.turns.size() / 361;
+                LImageBuffer& kept = pass.turns[turn];
+                if (turn != 0 && !kept.IsValid()) {
+                    LProcessInterfaceVoid quiet;
+                    if (LImage::Rotate(quiet, pass.zoomed, kept, double(turn) / double(pass.turns.size())) !=
+                        LProcessResultOk)
+                        kept = LImageBuffer();
+                }
+                if (kept.IsValid())
+                    shown = &kept;
             }
-            LPaintSurface::DrawImage(c, Pixels(pass.picture), left, top, side, side, 1.0f, LPaintInterpolationLinear);
-            if (pass.turned)
-                LPaintSurface::TransformReset(c);
+            LImage::CopyAlphaComposite(*shown, page, static_cast<int>(std::lround(cx - shown->width * 0.5f)),
+                                       static_cast<int>(std::lround(cy - shown->height * 0.5f)), 0, 0, shown->width,
+                                       shown->height);
         };
         if (first) {
             lay(from.x, from.y);
@@ -175,5 +200,6 @@ void KVStrokePreview::LaySegment(Stroke& stroke, LPointTemplate<float> from, LPo
             lay(from.x + dx * at / length, from.y + dy * at / length);
         pass.walked = length - (at - pass.spacing);
     }
-    painter->Flush();
+    // The stamps went straight into the pixels.
+    painter->MarkDirty();
 }

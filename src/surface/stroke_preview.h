@@ -48,7 +48,11 @@ public:
 private:
     // One pass of stamps: the crayon lays two, the others one or none.
     struct StampPass {
+        // At image size, and at the zoom of the page; a turned stamp keeps
+        // its turns at the zoom, each made once (as many as fit a budget).
         LImageBuffer picture;
+        LImageBuffer zoomed;
+        std::vector<LImageBuffer> turns;
         float spacing = 1.0f;
         bool turned = false;
         // Distance walked since the last stamp.
@@ -61,6 +65,8 @@ private:
     };
 
     void PrepareStamps(Stroke& stroke) const;
+    // The stamps of `pass` at the page's zoom.
+    void ZoomStamps(StampPass& pass) const;
     bool EnsurePage();
     void LaySegment(Stroke& stroke, LPointTemplate<float> from, LPointTemplate<float> to, bool first);
     void LayStroke(Stroke& stroke);
