@@ -133,11 +133,7 @@ void MainDialog::AddElement(KVElement* element, bool select) {
 
 void MainDialog::SelectElement(const KVElement* element) {
     KVDrawSurface& surface = uiWindow->GetSurface();
-    for (const KVElementWidget& w : surface.GetWidgets())
-        if (w.IsParentElement(element)) {
-            surface.SelectWidget(const_cast<KVCanvasWidget*>(static_cast<const KVCanvasWidget*>(&w)), false);
-            break;
-        }
+    surface.SelectWidget(surface.FindWidgetOf(element), false);
     UpdateCommandStates();
 }
 

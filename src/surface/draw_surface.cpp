@@ -190,6 +190,7 @@ void KVDrawSurface::UpdateZoom(float zoom) {
     }
     zoomRatio = zoom;
     ApplyZoom();
+    SetImageCursor();
     PlaceView(centreX, centreY, anchorX, anchorY);
 }
 

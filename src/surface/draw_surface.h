@@ -116,8 +116,9 @@ public:
     // Tools.
     void SetPointCaptureMode(KV_CAPTURE_MODE mode);
     KV_CAPTURE_MODE GetCaptureMode() const { return captureMode; }
-    void SetLineWidth(float width) { lineWidth = width; }
-    void SetLineColor(LGuiColorAlpha colour) { lineColor = colour; }
+    // Image pixels; the brush cursor follows.
+    void SetLineWidth(float width);
+    void SetLineColor(LGuiColorAlpha colour);
     void SetStampType(KVBrushType type) { stampType = type; }
     // The unit shape of the shape tool in use, or null; the caller keeps it.
     void SetPreviewElement(KVElement* element) { previewElement = element; }
@@ -126,7 +127,10 @@ public:
     // Widgets and selection. The surface owns its widgets.
     void AddWidgets(LList<KVElementWidget>& list);
     void RemoveWidgets();
+    // Null does nothing.
     void SelectWidget(KVCanvasWidget* widget, bool userAction);
+    // The widget of `element` among the unselected ones, or null.
+    KVCanvasWidget* FindWidgetOf(const KVElement* element) const;
     void DeselectWidget(bool clearList);
     void SelectAll();
     KVCanvasWidget* GetSelectedWidget() const { return selectedWidget; }
@@ -171,6 +175,9 @@ private:
     void FinishRubberBand();
     QPoint DevicePoint(QPointF logical) const;
     void PaintShapePreview(QPainter& painter, const QRectF& box) const;
+    // A freehand tool shows its brush as a circle of its size at the zoom;
+    // the others their standard cursor.
+    void SetImageCursor();
 
     KVDrawSurfaceParent& parent;
 

@@ -4,6 +4,8 @@
 
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
+#include <QPixmap>
 #include <QTabletEvent>
 #include <QWheelEvent>
 
@@ -121,7 +123,7 @@ void KVDrawSurface::keyReleaseEvent(QKeyEvent* event) {
         if (!event->isAutoRepeat()) {
             spaceHeld = false;
             handScrolling = false;
-            viewport()->unsetCursor();
+            SetImageCursor();
         }
         return;
     }
@@ -397,14 +399,57 @@ void KVDrawSurface::SetPointCaptureMode(KV_CAPTURE_MODE mode) {
         DeselectWidget(true);
     hoverWidget = nullptr;
     captureMode = mode;
-    const bool cross = mode == KVCaptureLine || mode == KVCaptureRectangle || mode == KVCaptureMask ||
-                       mode == KVCapturePathTool;
-    viewport()->setCursor(cross ? Qt::CrossCursor : Qt::ArrowCursor);
+    SetImageCursor();
     viewport()->update();
+}
+
+void KVDrawSurface::SetLineWidth(float width) {
+    lineWidth = width;
+    SetImageCursor();
+}
+
+void KVDrawSurface::SetLineColor(LGuiColorAlpha colour) {
+    lineColor = colour;
+    SetImageCursor();
+}
+
+void KVDrawSurface::SetImageCursor() {
+    if (spaceHeld)
+        return;
+    const bool cross = captureMode == KVCaptureLine || captureMode == KVCaptureRectangle ||
+                       captureMode == KVCaptureMask || captureMode == KVCapturePathTool;
+    const float ratio = GetDeviceRatio();
+    const int size = static_cast<int>(std::lround(lineWidth * zoomRatio));
+    // Below a radius of 3 a circle hides the point it marks.
+    if (captureMode != KVCaptureFreehand || size < 6) {
+        viewport()->setCursor(cross || captureMode == KVCaptureFreehand ? Qt::CrossCursor : Qt::ArrowCursor);
+        return;
+    }
+    const int side = std::min(size + 2, 512);
+    QPixmap brush(side, side);
+    brush.fill(Qt::transparent);
+    {
+        QPainter p(&brush);
+        p.setRenderHint(QPainter::Antialiasing);
+        const QColor colour(lineColor.red >> 8, lineColor.green >> 8, lineColor.blue >> 8);
+        // The colour's inverse outlines it on any picture.
+        p.setPen(QPen(QColor(255 - colour.red(), 255 - colour.green(), 255 - colour.blue()), 1));
+        p.setBrush(QColor(colour.red(), colour.green(), colour.blue(), 96));
+        p.drawEllipse(QRectF(0.5, 0.5, side - 1.0, side - 1.0));
+    }
+    brush.setDevicePixelRatio(ratio);
+    viewport()->setCursor(QCursor(brush, static_cast<int>(side / 2 / ratio), static_cast<int>(side / 2 / ratio)));
 }
 
 // ---------------------------------------------------------------------------
 // Widgets and selection
+
+KVCanvasWidget* KVDrawSurface::FindWidgetOf(const KVElement* element) const {
+    for (KVElementWidget& w : widgets)
+        if (w.IsParentElement(element))
+            return static_cast<KVCanvasWidget*>(&w);
+    return nullptr;
+}
 
 KVCanvasWidget* KVDrawSurface::FindWidgetAt(float x, float y, const KVCanvasWidget* skip) const {
     for (KVElementWidget& w : widgets) {
