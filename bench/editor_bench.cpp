@@ -21,7 +21,7 @@
 #include "shell/main_dialog.h"
 #include "shell/ui_window.h"
 #include "toolkit/main_queue.h"
-#include "toolkit/picture_view.h"
+#include "toolkit/qt_image.h"
 
 namespace {
 
@@ -91,14 +91,14 @@ void BM_ChangeToPictureOnScreen(benchmark::State& state) {
     PumpUntil(idle);
     std::mt19937 rng(11);
     for (auto _ : state) {
-        const QImage before = dialog.GetUiWindow().GetView().GetPicture();
+        const QImage before = dialog.GetUiWindow().GetSurface().GetDisplayedImage();
         {
             std::unique_ptr<KVRenderLock> lock;
             KVImage* image = dialog.GetCurrentProject(lock)->GetCurrentImage();
             image->AddNewElement(RandomShape(rng), image->GetFirstLayer(), false, true);
         }
         dialog.RenderCurrentProject();
-        PumpUntil([&] { return dialog.GetUiWindow().GetView().GetPicture().cacheKey() != before.cacheKey(); });
+        PumpUntil([&] { return dialog.GetUiWindow().GetSurface().GetDisplayedImage().cacheKey() != before.cacheKey(); });
         state.PauseTiming();
         PumpUntil(idle);
         state.ResumeTiming();

@@ -47,12 +47,8 @@ struct PressureSamples {
     const KVPressure* source = nullptr;
 };
 
-bool IsTurned(KVBrushType type) {
-    return type == KVBrushSpray || type == KVBrushCrayonSplotch || type == KVBrushPencil;
-}
-
 bool IsPicture(KVBrushType type) {
-    return IsTurned(type) || type == KVBrushCrayonSmear || type == KVBrushPaintbrush;
+    return KVIsStampTurned(type) || type == KVBrushCrayonSmear || type == KVBrushPaintbrush;
 }
 
 // Lays a stamp picture on the layer at whole pixels. A turned stamp is
@@ -303,10 +299,10 @@ LProcessResult KVRenderImageBuffer::StampPath(LProcessInterface& process, LPaint
             if (!IsPicture(brushType))
                 return;
             if (laid) {
-                laid->Lay(layer.picture, x, y, IsTurned(brushType) ? std::rand() % 361 : 0);
+                laid->Lay(layer.picture, x, y, KVIsStampTurned(brushType) ? std::rand() % 361 : 0);
                 return;
             }
-            if (IsTurned(brushType)) {
+            if (KVIsStampTurned(brushType)) {
                 LPaintSurface::TransformTranslate(c, x, y);
                 LPaintSurface::TransformRotate(c, static_cast<float>(std::rand() % 361));
                 LPaintSurface::TransformTranslate(c, -x, -y);

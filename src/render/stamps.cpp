@@ -215,6 +215,10 @@ double GetAngle(LPointTemplate<float> a, LPointTemplate<float> b, LPointTemplate
     return std::acos((bc * bc - ac * ac + ab * ab) / (ab * (bc + bc)));
 }
 
+bool KVIsStampTurned(KVBrushType type) {
+    return type == KVBrushSpray || type == KVBrushCrayonSplotch || type == KVBrushPencil;
+}
+
 void MakeStampPicture(LImageBuffer& picture, const LGraphicsPath& specks,
                       const LGuiColorAlpha& stampColour, float width) {
     picture = LImageBuffer();

@@ -40,6 +40,10 @@ LGuiColorAlpha GetStamp(LGraphicsPath& path, float& spacing, const LGuiColor& co
 LProcessResult PlaceStamps(LProcessInterface& process, KVSegments segments, float spacing,
                            const std::function<void(KVPoint, unsigned long, double)>& place);
 
+// Whether each stamp of the brush is laid turned by a random angle (the
+// spray, the pencil and the crayon's splotches) or as it is.
+bool KVIsStampTurned(KVBrushType type);
+
 // Every pixel of a format-0 picture that is not transparent takes the
 // colour and keeps its alpha: a stamp's alpha is its shape. The picture
 // stays premultiplied.

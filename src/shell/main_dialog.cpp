@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <QAction>
 #include <QLocale>
 
 #include <algorithm>
@@ -11,9 +12,10 @@
 #include <cstring>
 
 #include "shell/main_dialog_p.h"
+#include "shell/tools.h"
 #include "shell/ui_window.h"
+#include "surface/canvas_widgets.h"
 #include "toolkit/dialogs.h"
-#include "toolkit/picture_view.h"
 #include "toolkit/settings.h"
 
 #ifndef KV_VERSION
@@ -47,15 +49,24 @@ const std::vector<int> kZoomSteps = {10, 25, 50, 75, 100, 200, 400};
 
 } // namespace
 
+float NextZoomStep(int percent, bool in) {
+    // The boundaries differ by one between the directions, so that a zoom
+    // on a stop moves off it.
+    static const float ratios[] = {0.1f, 0.25f, 0.5f, 0.75f, 1.0f, 2.0f, 4.0f};
+    static const int inFrom[] = {0, 10, 25, 50, 75, 100, 200};
+    static const int outAbove[] = {-1000000, 25, 50, 75, 100, 200, 400};
+    int step = 0;
+    for (int i = 0; i < 7; ++i)
+        if (in ? percent >= inFrom[i] : percent > outAbove[i])
+            step = i;
+    return ratios[step];
+}
+
 MainDialog::MainDialog() : renderQueue(new KVRenderQueue(static_cast<KVRenderQueueClient&>(*this))) {
-    uiWindow = new KVUiWindow([this](unsigned id, const KVProject* p) { EvInterWinMessage(id, p); }, this);
+    uiWindow = new KVUiWindow([this](unsigned id, const KVProject* p) { EvInterWinMessage(id, p); },
+                              [this](KVSurfaceMessage id, KVSurfaceMessageData& data) { EvSurfaceMessage(id, data); },
+                              this);
     SetContent(uiWindow);
-    uiWindow->GetView().SetWheelZoom([this](int steps) {
-        for (; steps > 0; --steps)
-            Command(KVCmZoomIn);
-        for (; steps < 0; ++steps)
-            Command(KVCmZoomOut);
-    });
     setWindowTitle(kTitle);
     resize(1100, 800);
 }
@@ -95,6 +106,19 @@ void MainDialog::InitDialog() {
           {},
           {KVCmZoomIn, "Zoom In", {}, false},
           {KVCmZoomOut, "Zoom Out", {}, false}}},
+        {"&Select",
+         {{KVCmSelectAll, "Select All", {}, false},
+          {},
+          {KVCmConvertShapeToPath, "Element to Path", {}, false},
+          {0,
+           "Change Path Type",
+           {{KVCmPathToPen, "Pen", {}, false},
+            {KVCmPathToPencil, "Pencil", {}, false},
+            {KVCmPathToMarker, "Marker", {}, false},
+            {KVCmPathToCrayon, "Crayon", {}, false},
+            {KVCmPathToBrush, "Brush", {}, false},
+            {KVCmPathToSpray, "Spray", {}, false}},
+           false}}},
     };
     const std::vector<LAccelerator> keys = {
         {KVCmNewProject, "Ctrl+N"}, {KVCmOpen, "Ctrl+O"},      {KVCmSave, "Ctrl+S"}, {KVCmCloseProject, "Ctrl+W"},
@@ -105,15 +129,39 @@ void MainDialog::InitDialog() {
     };
     SetMenu(menus, keys);
 
-    SetToolBarTabs({
+    // The tool tabs start with the selection, then their tools in the
+    // table's order.
+    std::vector<LToolBarTab> toolTabs = {
         {"Home",
          {{KVCmNewProject, "New", "Create a new project"},
           {KVCmOpen, "Open", "Open an existing file"},
           {KVCmSave, "Save", "Save the current project"},
-          {KVCmSaveAs, "Save As", "Save As the current project"}}},
+          {KVCmSaveAs, "Save As", "Save As the current project"},
+          {KVCmToolSelect, "Select", "Select any element"},
+          {KVCmToolPencil, "Pencil", "Draw a free-form shape with the pencil"}}},
         {"Edit",
-         {{KVCmUndo, "Undo", "Undo the last action"}, {KVCmRedo, "Redo", "Redo the last undone action"}}},
-    });
+         {{KVCmToolSelect, "Select", "Select any element"},
+          {KVCmUndo, "Undo", "Undo the last action"},
+          {KVCmRedo, "Redo", "Redo the last undone action"}}},
+        {"Select",
+         {{KVCmToolSelect, "Select", "Select any element"},
+          {KVCmSelectAll, "Select All", "Select all elements in the current layer"},
+          {KVCmConvertShapeToPath, "Element to Path", "Convert the selected element to a path (drawing element)"}}},
+        {"Drawing", {}},
+        {"Shapes", {}},
+    };
+    for (LToolBarTab& tab : toolTabs)
+        if (tab.name == "Drawing" || tab.name == "Shapes") {
+            const KVTool& select = *KVFindTool(KVCmToolSelect);
+            tab.items.push_back({select.command, select.label, select.tip});
+            for (const KVTool& t : KVGetTools())
+                if (tab.name == t.tab)
+                    tab.items.push_back({t.command, t.label, t.tip});
+        }
+    SetToolBarTabs(toolTabs);
+    for (const KVTool& t : KVGetTools())
+        if (QAction* action = t.command ? GetAction(t.command) : nullptr)
+            action->setCheckable(true);
     char title[kLFixedStringSize];
     std::snprintf(title, sizeof title, "%s %s", kTitle, KV_VERSION);
     SetStatusText(StatusTitle, title);
@@ -127,6 +175,8 @@ void MainDialog::InitDialog() {
 
     StartTimer(0, 200);
     EnableDragDrop(true);
+    // The pencil is the first tool.
+    CmChangeTool(KVCmToolPencil);
     UpdateCommandStates();
 }
 
@@ -166,19 +216,16 @@ void MainDialog::Command(unsigned id) {
         CmZoom(1.0f);
         break;
     case KVCmZoomIn:
-    case KVCmZoomOut: {
-        const int now = GetZoomPercent();
-        int next = now;
-        if (id == KVCmZoomIn) {
-            auto up = std::upper_bound(kZoomSteps.begin(), kZoomSteps.end(), now);
-            next = up == kZoomSteps.end() ? kZoomSteps.back() : *up;
-        } else {
-            auto down = std::lower_bound(kZoomSteps.begin(), kZoomSteps.end(), now);
-            next = down == kZoomSteps.begin() ? kZoomSteps.front() : *(down - 1);
-        }
-        CmZoom(next / 100.0f);
+    case KVCmZoomOut:
+        CmZoom(NextZoomStep(GetZoomPercent(), id == KVCmZoomIn));
         break;
-    }
+    case KVCmSelectAll:
+        CmChangeTool(KVCmToolSelect);
+        uiWindow->GetSurface().SelectAll();
+        break;
+    case KVCmConvertShapeToPath:
+        CmConvertShapeToPath();
+        break;
     case KVCmZoomFromStatus:
         CmZoom(GetZoomPercent() / 100.0f);
         break;
@@ -189,7 +236,11 @@ void MainDialog::Command(unsigned id) {
         CmRedo();
         break;
     default:
-        if (id >= KVCmZoom10 && id <= KVCmZoom400) {
+        if (KVFindTool(id))
+            CmChangeTool(id);
+        else if (id >= KVCmPathToPen && id <= KVCmPathToSpray)
+            CmConvertPathToPath(id);
+        else if (id >= KVCmZoom10 && id <= KVCmZoom400) {
             static const float zooms[] = {0.1f, 0.25f, 0.5f, 0.75f, 1.0f, 2.0f, 4.0f};
             CmZoom(zooms[id - KVCmZoom10]);
         }
@@ -205,6 +256,18 @@ void MainDialog::UpdateCommandStates() {
                         unsigned(KVCmZoomActual), unsigned(KVCmZoomIn), unsigned(KVCmZoomOut), 2009u, 2010u, 2011u,
                         2012u, 2013u, 2014u, 2015u})
         SetCommandEnabled(id, open);
+    for (const KVTool& t : KVGetTools()) {
+        if (t.command == 0)
+            continue;
+        SetCommandEnabled(t.command, open);
+        SetCommandChecked(t.command, uiWindow->GetTool() == t.key);
+    }
+    const KVCanvasWidget* selected = uiWindow->GetSurface().GetSelectedWidget();
+    const bool single = open && selected && !dynamic_cast<const KVMultiSelectWidget*>(selected) && selected->GetElement();
+    SetCommandEnabled(KVCmSelectAll, open);
+    SetCommandEnabled(KVCmConvertShapeToPath, single);
+    for (unsigned id = KVCmPathToPen; id <= KVCmPathToSpray; ++id)
+        SetCommandEnabled(id, single);
     SetCommandEnabled(KVCmUndo, open && image->GetUndoRedoStack().CanUndo());
     SetCommandEnabled(KVCmRedo, open && image->GetUndoRedoStack().CanRedo());
 
@@ -283,6 +346,7 @@ void MainDialog::StepHistory(void (KVProject::*step)()) {
         Change change(*this);
         (currentProject->*step)();
     }
+    RefreshWidgets();
     RenderCurrentProject();
 }
 
@@ -297,13 +361,14 @@ void MainDialog::CmZoom(float zoom) {
         zoom = 0.1f;
     else if (zoom > 4.0f)
         zoom = 4.0f;
-    double applied = zoom;
-    if (zoom == -1.0f)
-        applied = uiWindow->GetView().GetFitZoom();
     else if (!(zoom > 0))
-        return;
-    uiWindow->GetView().SetZoom(applied);
-    SetZoomPercent(static_cast<int>(std::lround(applied * 100)));
+        zoom = -1.0f;
+    const float applied = uiWindow->UpdateZoom(zoom);
+    const int percent = static_cast<int>(std::lround(applied * 100));
+    SetZoomPercent(percent);
+    char text[64];
+    std::snprintf(text, sizeof text, "Zoom: %d%%", percent);
+    SetStatusText(StatusText, text);
 }
 
 // ---------------------------------------------------------------------------

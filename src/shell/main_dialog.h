@@ -11,8 +11,11 @@
 #include "document/project.h"
 #include "foundation/list.h"
 #include "shell/render_queue.h"
+#include "surface/draw_surface.h"
 #include "toolkit/main_window.h"
 
+class KVCanvasWidget;
+class KVElement;
 class KVUiWindow;
 struct KVImageElementProperties;
 class LProcessInterface;
@@ -24,7 +27,7 @@ enum KVCommand : unsigned {
     KVCmSaveAs = 2003,
     KVCmPrint = 2004,
     KVCmNewProject = 2005,
-    KVCmCloseProject = 2090,
+    KVCmCloseProject = 2110,
     KVCmZoomFit = 2008,
     KVCmZoom10 = 2009,
     KVCmZoom400 = 2015,
@@ -32,6 +35,15 @@ enum KVCommand : unsigned {
     KVCmZoomIn = 2018,
     KVCmZoomOut = 2019,
     KVCmZoomFromStatus = 2074,
+    KVCmSelectAll = 2076,
+    KVCmConvertShapeToPath = 2088,
+    // Change Path Type: one command a kind.
+    KVCmPathToPen = 2090,
+    KVCmPathToPencil = 2091,
+    KVCmPathToMarker = 2092,
+    KVCmPathToCrayon = 2093,
+    KVCmPathToBrush = 2094,
+    KVCmPathToSpray = 2095,
     KVCmStartNew = 2100,
     KVCmStartOpen = 2101,
     KVCmQuit = 2103,
@@ -43,6 +55,8 @@ enum KVCommand : unsigned {
 // of the same aspect that does.
 bool CheckSize(unsigned long width, unsigned long height);
 void FixSize(int& width, int& height);
+// The ratio Zoom In (or Out) goes to from a zoom of `percent`.
+float NextZoomStep(int percent, bool in);
 
 class MainDialog : public LMainWindow, private KVRenderQueueClient {
 public:
@@ -75,7 +89,19 @@ public:
     void CmPrint();
     void CmUndo();
     void CmRedo();
+    // Clamped to 0.1 to 4.0; 0 or less fits the picture to the window.
     void CmZoom(float zoom);
+    // The tool of a tool bar command (the pencil, the selection...).
+    void CmChangeTool(unsigned id);
+    // A finished drag or stroke becomes the element of the tool in use, in
+    // the selected layer, as one undo step; then a render.
+    void EvCreateElement(LPtr<KVDrawPath>& path);
+    // The selected element as a pen stroke of its outline.
+    void CmConvertShapeToPath();
+    // The selected stroke as a stroke of another kind (KVCmPathToPen...).
+    void CmConvertPathToPath(unsigned id);
+    // The layer new elements go to.
+    KVLayer* GetSelectedLayer() const;
     // False keeps the project open.
     bool EvCloseProject(const KVProject* project);
     void SelectProject(KVProject& project);
@@ -99,6 +125,18 @@ private:
     class Change;
 
     void AddAndSelect(KVProject* project, const char* tabName);
+    void EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& data);
+    // The canvas's widgets again, from the selected layer.
+    void RefreshWidgets();
+    // The selection moved by the keys: its elements follow, then a render.
+    void EvWidgetHasUpdate(KVCanvasWidget* widget);
+    // Adds `element` to the selected layer with undo, and selects it when
+    // `select`; drops it without a layer.
+    void AddElement(KVElement* element, bool select);
+    void SelectElement(const KVElement* element);
+    template <class E, class P> void CreateStroke(LPtr<KVDrawPath>& path);
+    template <class E, class P> void CreateShape(const KVDrawPath& path);
+    void CreateLine(const KVDrawPath& path);
 
     const KVProject* GetShownProject() const override { return currentProject; }
     void EvRenderedPicture(const KVProject* project, const LImageBuffer& picture) override;

@@ -15,7 +15,6 @@
 #include "shell/main_dialog_p.h"
 #include "shell/ui_window.h"
 #include "toolkit/dialogs.h"
-#include "toolkit/picture_view.h"
 #include "toolkit/progress_dialog.h"
 #include "toolkit/settings.h"
 
@@ -92,8 +91,14 @@ void MainDialog::SelectProject(KVProject& project) {
     uiWindow->ShowDisplayedImage(&project);
     const KVImage* image = project.GetCurrentImage();
     const float zoom = image && image->zoom > 0 ? image->zoom : 1.0f;
-    uiWindow->GetView().SetZoom(zoom);
+    // Without a picture yet, the zoom waits for the first one.
+    KVDrawSurface& surface = uiWindow->GetSurface();
+    if (surface.HasImage())
+        surface.UpdateZoom(zoom);
+    else
+        surface.SetNextImageZoom(zoom);
     SetZoomPercent(static_cast<int>(std::lround(zoom * 100)));
+    RefreshWidgets();
     RenderCurrentProject();
     UpdateCommandStates();
 }

@@ -3,10 +3,14 @@
 #include <QTabBar>
 #include <QVBoxLayout>
 
+#include "document/freehand.h"
+#include "document/shapes.h"
 #include "imaging/image_buffer.h"
-#include "toolkit/picture_view.h"
+#include "shell/tools.h"
+#include "toolkit/qt_image.h"
 
-KVUiWindow::KVUiWindow(MessageSink sink, QWidget* parent) : QWidget(parent), sink(std::move(sink)) {
+KVUiWindow::KVUiWindow(MessageSink sink, SurfaceSink surfaceSink, QWidget* parent)
+    : QWidget(parent), sink(std::move(sink)), surfaceSink(std::move(surfaceSink)) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -14,9 +18,9 @@ KVUiWindow::KVUiWindow(MessageSink sink, QWidget* parent) : QWidget(parent), sin
     tabs->setTabsClosable(true);
     tabs->setExpanding(false);
     tabs->setDocumentMode(true);
-    view = new LPictureView(this);
+    surface = new KVDrawSurface(*this, this);
     layout->addWidget(tabs);
-    layout->addWidget(view, 1);
+    layout->addWidget(surface, 1);
 
     QObject::connect(tabs, &QTabBar::currentChanged, this, [this](int index) {
         if (quiet || index < 0)
@@ -26,6 +30,12 @@ KVUiWindow::KVUiWindow(MessageSink sink, QWidget* parent) : QWidget(parent), sin
     QObject::connect(tabs, &QTabBar::tabCloseRequested, this, [this](int index) {
         this->sink(KVMsgCloseProject, static_cast<const KVProject*>(tabs->tabData(index).value<const void*>()));
     });
+}
+
+void KVUiWindow::EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& data) {
+    if (id == KVMsgPickColour)
+        SetForeground(data.colour);
+    surfaceSink(id, data);
 }
 
 int KVUiWindow::FindTab(const KVProject* project) const {
@@ -53,7 +63,8 @@ void KVUiWindow::RemoveProject(const KVProject* project) {
     }
     if (shown == project) {
         shown = nullptr;
-        view->ClearPicture();
+        surface->RemoveWidgets();
+        surface->RemoveImage();
     }
 }
 
@@ -76,7 +87,7 @@ void KVUiWindow::SetDisplayedImage(const KVProject* project, const LImageBuffer&
     QImage& kept = pictures[project];
     kept = LToQImage(picture);
     if (project == shown)
-        view->SetPicture(kept);
+        surface->UpdateDisplayedImage(kept);
 }
 
 bool KVUiWindow::HasDisplayedImage(const KVProject* project) const {
@@ -87,8 +98,88 @@ bool KVUiWindow::HasDisplayedImage(const KVProject* project) const {
 void KVUiWindow::ShowDisplayedImage(const KVProject* project) {
     shown = project;
     auto found = pictures.find(project);
-    if (found == pictures.end())
-        view->ClearPicture();
+    if (found == pictures.end() || found->second.isNull())
+        surface->RemoveImage();
     else
-        view->SetPicture(found->second);
+        surface->UpdateDisplayedImage(found->second);
+}
+
+float KVUiWindow::UpdateZoom(float zoom) {
+    if (zoom < 0)
+        return surface->UpdateZoomFit();
+    surface->UpdateZoom(zoom);
+    return surface->GetZoom();
+}
+
+void KVUiWindow::SetForeground(const LGuiColor& colour) {
+    foreground = colour;
+    hasForeground = true;
+    SetTool(tool);
+}
+
+namespace {
+
+// What the canvas needs of a record: the stroke's width, colour and stamps.
+template <class P> KVToolLook FreehandLook(const P& p, KVBrushType stamp) {
+    KVToolLook look;
+    look.width = p.width;
+    look.colour = LGuiColorAlpha(p.colour, 255);
+    if constexpr (requires { p.colour.alpha; })
+        look.colour.alpha = p.colour.alpha;
+    look.stamp = stamp;
+    return look;
+}
+
+template <class P> KVToolLook LineLook(const P& p) {
+    KVToolLook look;
+    look.width = p.lineWidth;
+    look.colour = p.lineColour;
+    return look;
+}
+
+} // namespace
+
+void KVUiWindow::SetTool(const std::string& key) {
+    const KVTool* found = KVFindTool(key);
+    tool = found ? key : std::string();
+    KVToolLook look;
+    previewElement.reset();
+    if (tool == "pencil") {
+        look = FreehandLook(GetSelectedToolProperties<KVPencilElementProperties>(), KVBrushPencil);
+    } else if (tool == "brush") {
+        look = FreehandLook(GetSelectedToolProperties<KVBrushElementProperties>(), KVBrushPaintbrush);
+    } else if (tool == "spray") {
+        const auto p = GetSelectedToolProperties<KVSprayElementProperties>();
+        look = FreehandLook(p, static_cast<KVBrushType>(p.brushType));
+    } else if (tool == "marker") {
+        look = FreehandLook(GetSelectedToolProperties<KVMarkerElementProperties>(), KVBrushMarker);
+    } else if (tool == "pen") {
+        const auto p = GetSelectedToolProperties<KVPenElementProperties>();
+        look = FreehandLook(p, p.penType);
+    } else if (tool == "crayon") {
+        look = FreehandLook(GetSelectedToolProperties<KVCrayonElementProperties>(), KVBrushCrayon);
+    } else if (tool == "line") {
+        look = LineLook(GetSelectedToolProperties<KVLineElementProperties>());
+    } else if (tool == "rectangle") {
+        const auto p = GetSelectedToolProperties<KVRectangleElementProperties>();
+        look = LineLook(p);
+        previewElement = std::make_unique<KVRectangleElement>(p);
+    } else if (tool == "ellipse") {
+        const auto p = GetSelectedToolProperties<KVEllipseElementProperties>();
+        look = LineLook(p);
+        previewElement = std::make_unique<KVEllipseElement>(p);
+    } else if (tool == "polygon") {
+        const auto p = GetSelectedToolProperties<KVPolygonElementProperties>();
+        look = LineLook(p);
+        previewElement = std::make_unique<KVPolygonElement>(p);
+    } else if (tool == "triangle") {
+        const auto p = GetSelectedToolProperties<KVTriangleElementProperties>();
+        look = LineLook(p);
+        previewElement = std::make_unique<KVTriangleElement>(p);
+    }
+    surface->SetPreviewElement(previewElement.get());
+    surface->SetLineWidth(look.width);
+    surface->SetLineColor(look.colour);
+    surface->SetStampType(look.stamp);
+    surface->SetPointCaptureMode(found ? found->mode : KVCaptureSelect);
 }

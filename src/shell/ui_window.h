@@ -1,17 +1,21 @@
 #pragma once
 // The tool window as far as it exists yet: the tabs of the open projects
-// above a view of the current project's picture. Tabs speak to the
-// controller by its messages (KVUiMessage): close a project, select one.
+// above the canvas, and the tool in use with its record. Tabs speak to the
+// controller by its messages (KVUiMessage): close a project, select one;
+// the canvas's messages go up as they come.
 
 #include <QImage>
 #include <QWidget>
 
 #include <functional>
 #include <map>
+#include <memory>
+#include <string>
+
+#include "surface/draw_surface.h"
 
 class KVProject;
 class LImageBuffer;
-class LPictureView;
 class QTabBar;
 
 // What the tool window tells the controller, with the project it is about.
@@ -20,12 +24,13 @@ enum KVUiMessage : unsigned {
     KVMsgSelectProject = 31,
 };
 
-class KVUiWindow : public QWidget {
+class KVUiWindow : public QWidget, private KVDrawSurfaceParent {
 public:
     // Message id and the project it is about.
     using MessageSink = std::function<void(unsigned id, const KVProject* project)>;
+    using SurfaceSink = std::function<void(KVSurfaceMessage id, KVSurfaceMessageData& data)>;
 
-    explicit KVUiWindow(MessageSink sink, QWidget* parent = nullptr);
+    KVUiWindow(MessageSink sink, SurfaceSink surfaceSink, QWidget* parent = nullptr);
 
     void AddProject(const char* name, const KVProject* project);
     void RemoveProject(const KVProject* project);
@@ -39,15 +44,47 @@ public:
     // Shows the kept picture of `project`, or nothing.
     void ShowDisplayedImage(const KVProject* project);
 
-    LPictureView& GetView() const { return *view; }
+    // A negative zoom fits the picture to the window; the ratio used.
+    float UpdateZoom(float zoom);
+
+    // The tool by its key ("pencil", "rectangle"; empty for the selection):
+    // the canvas takes its capture mode, and its width, colour and stamp
+    // kind from the tool's record.
+    void SetTool(const std::string& key);
+    const std::string& GetTool() const { return tool; }
+    // The record of the tool in use, as the panels will give it: for now the
+    // kind's defaults, in the picked colour once the eyedropper gave one.
+    template <class P> P GetSelectedToolProperties() const;
+    void SetForeground(const LGuiColor& colour);
+
+    KVDrawSurface& GetSurface() const { return *surface; }
     QTabBar& GetTabs() const { return *tabs; }
     int FindTab(const KVProject* project) const;
 
 private:
+    void EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& data) override;
+
     MessageSink sink;
+    SurfaceSink surfaceSink;
     QTabBar* tabs;
-    LPictureView* view;
+    KVDrawSurface* surface;
     std::map<const KVProject*, QImage> pictures;
     const KVProject* shown = nullptr;
     bool quiet = false; // while tabs change under our own hands
+    std::string tool;
+    bool hasForeground = false;
+    LGuiColor foreground;
+    // The unit shape of the shape tool in use, shown while it is dragged.
+    std::unique_ptr<KVElement> previewElement;
 };
+
+template <class P> P KVUiWindow::GetSelectedToolProperties() const {
+    P p;
+    if (hasForeground) {
+        if constexpr (requires { p.colour; })
+            static_cast<LGuiColor&>(p.colour) = foreground;
+        if constexpr (requires { p.lineColour; })
+            static_cast<LGuiColor&>(p.lineColour) = foreground;
+    }
+    return p;
+}

@@ -8,7 +8,7 @@
 
 #include "foundation/color.h"
 #include "imaging/image_buffer.h"
-#include "toolkit/picture_view.h"
+#include "toolkit/qt_image.h"
 
 namespace {
 

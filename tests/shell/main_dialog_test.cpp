@@ -34,7 +34,7 @@
 #include "support/temp_dir.h"
 #include "support/test_element.h"
 #include "toolkit/dialogs.h"
-#include "toolkit/picture_view.h"
+#include "toolkit/qt_image.h"
 #include "toolkit/printer.h"
 #include "toolkit/settings.h"
 
@@ -88,7 +88,7 @@ std::string MakeProjectFile(const kvtest::TempDir& dir, const char* name, int wi
 
 bool RenderIdle(MainDialog& d) { return d.GetRenderResults().IsEmpty() && !d.GetRenderThread().IsRunning(); }
 
-QRgb ShownPixel(MainDialog& d, int x, int y) { return d.GetUiWindow().GetView().GetPicture().pixel(x, y); }
+QRgb ShownPixel(MainDialog& d, int x, int y) { return d.GetUiWindow().GetSurface().GetDisplayedImage().pixel(x, y); }
 
 // Every alert and file dialog answered by the test, and remembered.
 class Editor : public ::testing::Test {
@@ -145,8 +145,8 @@ TEST_F(Editor, NewProjectsTakeTheSettingsDefaultsAndOpenInATabEach) {
 
     // The finished render is what the window shows.
     Settle();
-    ASSERT_TRUE(dialog->GetUiWindow().GetView().HasPicture());
-    EXPECT_EQ(dialog->GetUiWindow().GetView().GetPicture().width(), 320);
+    ASSERT_TRUE(dialog->GetUiWindow().GetSurface().HasImage());
+    EXPECT_EQ(dialog->GetUiWindow().GetSurface().GetDisplayedImage().width(), 320);
     EXPECT_EQ(qAlpha(ShownPixel(*dialog, 5, 5)), 0);
 }
 
@@ -166,7 +166,7 @@ TEST_F(Editor, FilesGivenAtStartOpenInTabsTheLastSelectedAndAMissingOneIsNamedIn
     EXPECT_EQ(tabs.currentIndex(), 1);
     EXPECT_STREQ(dialog->PeekCurrentProject()->GetName(), "second");
     Settle();
-    EXPECT_EQ(dialog->GetUiWindow().GetView().GetPicture().width(), 300);
+    EXPECT_EQ(dialog->GetUiWindow().GetSurface().GetDisplayedImage().width(), 300);
     EXPECT_EQ(ShownPixel(*dialog, 20, 20), qRgb(255, 0, 0));
     EXPECT_EQ(ShownPixel(*dialog, 100, 100), qRgb(255, 255, 255));
 
@@ -174,7 +174,7 @@ TEST_F(Editor, FilesGivenAtStartOpenInTabsTheLastSelectedAndAMissingOneIsNamedIn
     tabs.setCurrentIndex(0);
     EXPECT_STREQ(dialog->PeekCurrentProject()->GetName(), "first");
     Settle();
-    EXPECT_EQ(dialog->GetUiWindow().GetView().GetPicture().width(), 200);
+    EXPECT_EQ(dialog->GetUiWindow().GetSurface().GetDisplayedImage().width(), 200);
 
     // A damaged file: its message, and no tab.
     const std::string bad = dir.File("bad.kvp");
@@ -332,14 +332,14 @@ TEST_F(Editor, TheWindowShowsWhatIsOpenAndTheKeysAndWheelWorkOnIt) {
     EXPECT_TRUE(dialog->isWindowModified());
     Settle();
 
-    // Control and the wheel zoom the picture; a zoom typed in the box is
+    // Control and the wheel zoom the picture by eighths; a zoom typed in the box is
     // applied without joining the list of steps.
-    QWidget* viewport = dialog->GetUiWindow().GetView().viewport();
+    QWidget* viewport = dialog->GetUiWindow().GetSurface().viewport();
     QWheelEvent wheel(QPointF(10, 10), viewport->mapToGlobal(QPointF(10, 10)), QPoint(), QPoint(0, 120),
                       Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(viewport, &wheel);
-    EXPECT_EQ(dialog->GetZoomPercent(), 200);
-    EXPECT_DOUBLE_EQ(dialog->GetUiWindow().GetView().GetZoom(), 2.0);
+    EXPECT_EQ(dialog->GetZoomPercent(), 113) << "a notch is a step of an eighth";
+    EXPECT_FLOAT_EQ(dialog->GetUiWindow().GetSurface().GetZoom(), 1.125f);
     auto* zoom = dialog->findChild<QComboBox*>();
     ASSERT_NE(zoom, nullptr);
     const int steps = zoom->count();
@@ -347,7 +347,7 @@ TEST_F(Editor, TheWindowShowsWhatIsOpenAndTheKeysAndWheelWorkOnIt) {
     QTest::keyClicks(zoom->lineEdit(), "150%");
     QTest::keyClick(zoom->lineEdit(), Qt::Key_Return);
     EXPECT_EQ(zoom->count(), steps);
-    EXPECT_DOUBLE_EQ(dialog->GetUiWindow().GetView().GetZoom(), 1.5);
+    EXPECT_DOUBLE_EQ(dialog->GetUiWindow().GetSurface().GetZoom(), 1.5);
 
     // Ctrl+W closes the tab, asking first about unsaved work.
     alertAnswer = 2; // Cancel
@@ -432,7 +432,7 @@ TEST_F(Editor, ANewRenderStopsTheOneUnderWayAndOnlyAFinishedPictureIsShown) {
     LUserSettingSet("Settings", "DefaultHeight", 48L);
     dialog->CmNewProject();
     Settle();
-    const QImage first = dialog->GetUiWindow().GetView().GetPicture();
+    const QImage first = dialog->GetUiWindow().GetSurface().GetDisplayedImage();
     ASSERT_FALSE(first.isNull());
 
     auto* box = new GatedBox;
@@ -454,16 +454,16 @@ TEST_F(Editor, ANewRenderStopsTheOneUnderWayAndOnlyAFinishedPictureIsShown) {
     EXPECT_EQ(dialog->GetRenderResults().GetCount(), 2u);
     ASSERT_TRUE(WaitFor([&] { return box->renders == 2; }));
     kvtest::Pump(50);
-    EXPECT_EQ(dialog->GetUiWindow().GetView().GetPicture(), first); // nothing half-done shown
+    EXPECT_EQ(dialog->GetUiWindow().GetSurface().GetDisplayedImage(), first); // nothing half-done shown
     box->gate.Set();
     Settle();
 
     // A failed render keeps the last picture.
-    const QImage finished = dialog->GetUiWindow().GetView().GetPicture();
+    const QImage finished = dialog->GetUiWindow().GetSurface().GetDisplayedImage();
     box->fail = true;
     dialog->RenderCurrentProject();
     Settle();
-    EXPECT_EQ(dialog->GetUiWindow().GetView().GetPicture(), finished);
+    EXPECT_EQ(dialog->GetUiWindow().GetSurface().GetDisplayedImage(), finished);
     box->fail = false;
 }
 

@@ -13,7 +13,7 @@
 #include "imaging/image_buffer.h"
 #include "support/qt_wait.h"
 #include "toolkit/dialogs.h"
-#include "toolkit/picture_view.h"
+#include "toolkit/qt_image.h"
 #include "toolkit/progress_dialog.h"
 #include "toolkit/settings.h"
 
@@ -99,7 +99,7 @@ TEST(ProgressWindow, AppearsForALongOperationAndItsCancelStopsIt) {
     EXPECT_FALSE(dialog.IsShown());
 }
 
-TEST(PictureView, ShowsTheWorkingFormatsPremultipliedPixelsAsTheyAre) {
+TEST(QtImage, ShowsTheWorkingFormatsPremultipliedPixelsAsTheyAre) {
     LImageBuffer picture;
     LImage::New(picture, 3, 2, LPixelFormatB8G8R8A8);
     ASSERT_TRUE(picture.IsValid());
@@ -108,15 +108,13 @@ TEST(PictureView, ShowsTheWorkingFormatsPremultipliedPixelsAsTheyAre) {
     p[1] = 0;   // green
     p[2] = 128; // red, premultiplied by an alpha of 128
     p[3] = 128;
-    LPictureView view;
-    view.SetPicture(picture);
-    ASSERT_TRUE(view.HasPicture());
-    EXPECT_EQ(view.GetPicture().size(), QSize(3, 2));
-    const QRgb pixel = view.GetPicture().pixel(2, 1);
+    const QImage shown = LToQImage(picture);
+    ASSERT_FALSE(shown.isNull());
+    EXPECT_EQ(shown.size(), QSize(3, 2));
+    const QRgb pixel = shown.pixel(2, 1);
     EXPECT_EQ(qAlpha(pixel), 128);
     EXPECT_EQ(qRed(pixel), 128); // premultiplied once, not twice
-    view.SetPicture(LImageBuffer());
-    EXPECT_FALSE(view.HasPicture());
+    EXPECT_TRUE(LToQImage(LImageBuffer()).isNull());
 }
 
 } // namespace
