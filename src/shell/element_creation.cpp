@@ -7,11 +7,14 @@
 #include <cstring>
 
 #include "document/freehand.h"
+#include "document/image_element.h"
+#include "document/text_elements.h"
 #include "document/shapes.h"
 #include "shell/main_dialog_p.h"
 #include "shell/tools.h"
 #include "shell/ui_window.h"
 #include "surface/canvas_widgets.h"
+#include "toolkit/dialogs.h"
 
 namespace {
 
@@ -172,6 +175,61 @@ void MainDialog::CreateLine(const KVDrawPath& path) {
     AddElement(new KVLineElement(p), true);
 }
 
+void MainDialog::CreateText(const KVDrawPath& path) {
+    const LBoundingBox2T<float> box = GetRectangleFromPath(path);
+    if (!(box.GetWidth() > 0) || !(box.GetHeight() > 0))
+        return;
+    // Until text is typed in place, the box takes its text from a question.
+    const std::optional<std::string> text =
+        LTextInput(this, {"Text", "The text of the new box:", "Text"});
+    if (!text || text->empty())
+        return;
+    KVRichTextElementProperties p = uiWindow->GetSelectedToolProperties<KVRichTextElementProperties>();
+    p.bounds = box;
+    // A new text starts as a new rich text area does: Arial, 24, black, or
+    // the colour picked last.
+    KVRichTextSegment run;
+    LStrCopy(run.font, "Arial");
+    run.size = 24;
+    run.colour = uiWindow->GetSelectedToolProperties<KVTextElementProperties>().colour;
+    run.text = text->c_str();
+    run.bounds = box;
+    p.segments.push_back(run);
+    AddElement(new KVRichTextElement(p), true);
+}
+
+void MainDialog::CmInsertImage() {
+    KVImage* image = currentProject ? currentProject->GetCurrentImage() : nullptr;
+    if (!image)
+        return;
+    LFileDialogRequest request;
+    request.title = "Insert Image";
+    request.folder = LGetPicturesFolder();
+    request.defaultExtension = "jpg";
+    request.filters = kvshell::OpenFilters(false);
+    const std::string path = LFileDialog(this, request);
+    if (path.empty())
+        return;
+    LImageBuffer picture;
+    if (!kvshell::LoadPicture(this, path.c_str(), picture))
+        return;
+    auto* element = new KVImageElement(picture);
+    KVImageElementProperties p = element->GetProperties();
+    // Centred in the view when it fits there, else at the view's corner;
+    // never scaled.
+    const LBoundingBox2T<float> view = uiWindow->GetSurface().GetCanvasVisibleBounds();
+    if (p.width < view.GetWidth() && p.height < view.GetHeight()) {
+        p.x = static_cast<int>(std::lround(view.x1 + (view.GetWidth() - p.width) / 2));
+        p.y = static_cast<int>(std::lround(view.y1 + (view.GetHeight() - p.height) / 2));
+    } else {
+        p.x = static_cast<int>(std::lround(view.x1));
+        p.y = static_cast<int>(std::lround(view.y1));
+    }
+    element->SetProperties(p, false, nullptr);
+    AddElement(element, true);
+    RenderCurrentProject();
+}
+
 void MainDialog::EvCreateElement(LPtr<KVDrawPath>& path) {
     KVImage* image = currentProject ? currentProject->GetCurrentImage() : nullptr;
     if (!image || !path)
@@ -194,7 +252,7 @@ void MainDialog::EvCreateElement(LPtr<KVDrawPath>& path) {
     else if (tool == "brush")
         CreateStroke<KVBrushElement, KVBrushElementProperties>(path);
     else if (tool == "text")
-        ; // CreateText: the text tool makes nothing until the rich text element is here.
+        CreateText(*path);
     else if (tool == "spray")
         CreateStroke<KVSprayElement, KVSprayElementProperties>(path);
     else if (tool == "marker")

@@ -20,12 +20,10 @@
 
 using namespace kvshell;
 
-namespace {
-
-// Projects first, then what the codec table lets the editor open; the
-// combined entry takes projects as well.
-std::vector<LFileFilter> OpenFilters() {
-    std::vector<LFileFilter> filters = {{"Korvane Project File(*.kvp)", "*.kvp"}};
+std::vector<LFileFilter> kvshell::OpenFilters(bool withProjects) {
+    std::vector<LFileFilter> filters;
+    if (withProjects)
+        filters.push_back({"Korvane Project File(*.kvp)", "*.kvp"});
     LImageCodecFilterList list;
     LStringLongTemplate<char> unused;
     if (!list.Init(unused, LImageIOTypeLoad, KVImageCodecVetoer()))
@@ -34,14 +32,20 @@ std::vector<LFileFilter> OpenFilters() {
         if (item.name.IsEmpty() || item.extensions.IsEmpty())
             continue;
         if (item.codec == LImageCodecNone)
-            filters.insert(filters.begin(), {item.name.Get(), std::string("*.kvp;") + item.extensions.Get()});
+            filters.insert(filters.begin(), {item.name.Get(), (withProjects ? std::string("*.kvp;") : std::string()) +
+                                                                 item.extensions.Get()});
         else
             filters.push_back({item.name.Get(), item.extensions.Get()});
     }
     return filters;
 }
 
-} // namespace
+bool kvshell::LoadPicture(QWidget* parent, const char* path, LImageBuffer& picture) {
+    const KVImageCodecVetoer vetoer;
+    LProcessImageLoadFile load(path, 3000, &vetoer, picture);
+    LProcessDialog<LProcessImageLoadFile> dialog(parent, "Loading File", load);
+    return dialog.Run() == LProcessResultOk && picture.IsValid();
+}
 
 void MainDialog::CmOpenFile(const char* path) {
     std::string chosen;
@@ -49,7 +53,7 @@ void MainDialog::CmOpenFile(const char* path) {
         LFileDialogRequest request;
         request.title = "Open File";
         request.folder = LGetPicturesFolder();
-        request.filters = OpenFilters();
+        request.filters = OpenFilters(true);
         chosen = LFileDialog(this, request);
         if (chosen.empty())
             return;
@@ -62,10 +66,7 @@ void MainDialog::CmOpenFile(const char* path) {
         // Any other file is a picture to the codecs; one they cannot read
         // says so in the progress window.
         LImageBuffer picture;
-        const KVImageCodecVetoer vetoer;
-        LProcessImageLoadFile load(path, 3000, &vetoer, picture);
-        LProcessDialog<LProcessImageLoadFile> dialog(this, "Loading File", load);
-        if (dialog.Run() != LProcessResultOk || !picture.IsValid())
+        if (!LoadPicture(this, path, picture))
             return;
         KVProject* opened = KVNewPictureProject(path, picture).release();
         AddAndSelect(opened, opened->GetName());

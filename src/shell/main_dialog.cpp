@@ -88,6 +88,8 @@ void MainDialog::InitDialog() {
           {KVCmSaveAs, "Save As...", {}, false},
           {KVCmCloseProject, "Close", {}, false},
           {},
+          {KVCmInsertImage, "Insert Image", {}, false},
+          {},
           {KVCmPrint, "Print", {}, false},
           {},
           {KVCmQuit, "Quit", {}, false}}},
@@ -226,6 +228,9 @@ void MainDialog::Command(unsigned id) {
     case KVCmConvertShapeToPath:
         CmConvertShapeToPath();
         break;
+    case KVCmInsertImage:
+        CmInsertImage();
+        break;
     case KVCmZoomFromStatus:
         CmZoom(GetZoomPercent() / 100.0f);
         break;
@@ -265,6 +270,7 @@ void MainDialog::UpdateCommandStates() {
     const KVCanvasWidget* selected = uiWindow->GetSurface().GetSelectedWidget();
     const bool single = open && selected && !dynamic_cast<const KVMultiSelectWidget*>(selected) && selected->GetElement();
     SetCommandEnabled(KVCmSelectAll, open);
+    SetCommandEnabled(KVCmInsertImage, open);
     SetCommandEnabled(KVCmConvertShapeToPath, single);
     for (unsigned id = KVCmPathToPen; id <= KVCmPathToSpray; ++id)
         SetCommandEnabled(id, single);

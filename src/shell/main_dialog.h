@@ -27,6 +27,7 @@ enum KVCommand : unsigned {
     KVCmSaveAs = 2003,
     KVCmPrint = 2004,
     KVCmNewProject = 2005,
+    KVCmInsertImage = 2006,
     KVCmCloseProject = 2110,
     KVCmZoomFit = 2008,
     KVCmZoom10 = 2009,
@@ -98,6 +99,7 @@ public:
     void EvCreateElement(LPtr<KVDrawPath>& path);
     // The selected element as a pen stroke of its outline.
     void CmConvertShapeToPath();
+    void CmInsertImage();
     // The selected stroke as a stroke of another kind (KVCmPathToPen...).
     void CmConvertPathToPath(unsigned id);
     // The layer new elements go to.
@@ -137,6 +139,7 @@ private:
     template <class E, class P> void CreateStroke(LPtr<KVDrawPath>& path);
     template <class E, class P> void CreateShape(const KVDrawPath& path);
     void CreateLine(const KVDrawPath& path);
+    void CreateText(const KVDrawPath& path);
 
     const KVProject* GetShownProject() const override { return currentProject; }
     void EvRenderedPicture(const KVProject* project, const LImageBuffer& picture) override;

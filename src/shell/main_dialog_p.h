@@ -3,8 +3,13 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "shell/main_dialog.h"
+#include "toolkit/dialogs.h"
+
+class LImageBuffer;
+class QWidget;
 
 namespace kvshell {
 
@@ -14,6 +19,14 @@ inline constexpr const char* kAlertTitle = "Korvane";
 std::string BaseName(const char* path);
 std::string WithoutExtension(const std::string& name);
 bool IsRegularFile(const char* path);
+
+// The open dialog's file types: what the codecs read, with their combined
+// entry first; with projects, the project type leads and the combined entry
+// takes projects too.
+std::vector<LFileFilter> OpenFilters(bool withProjects);
+// Reads a picture under the "Loading File" progress window, which tells
+// the user when the file cannot be read.
+bool LoadPicture(QWidget* parent, const char* path, LImageBuffer& picture);
 
 } // namespace kvshell
 

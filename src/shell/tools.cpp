@@ -9,6 +9,7 @@ const std::vector<KVTool>& KVGetTools() {
         {KVCmToolMarker, "marker", "Marker", "Draw a free-form shape with the marker", KVCaptureFreehand, "Drawing"},
         {KVCmToolPen, "pen", "Pen", "Draw a free-form shape with the pen", KVCaptureFreehand, "Drawing"},
         {KVCmToolCrayon, "crayon", "Crayon", "Draw a free-form shape with the crayon", KVCaptureFreehand, "Drawing"},
+        {KVCmToolText, "text", "Text", "Draw text", KVCaptureRectangle, "Drawing"},
         {KVCmToolRectangle, "rectangle", "Rectangle", "Draw a rectangle", KVCaptureRectangle, "Shapes"},
         {KVCmToolEllipse, "ellipse", "Ellipse", "Draw an ellipse", KVCaptureRectangle, "Shapes"},
         {KVCmToolPolygon, "polygon", "Polygon", "Draw a polygon", KVCaptureRectangle, "Shapes"},

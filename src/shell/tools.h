@@ -11,6 +11,7 @@
 
 enum KVToolCommand : unsigned {
     KVCmToolLine = 2054,
+    KVCmToolText = 2056,
     KVCmToolSelect = 2057,
     KVCmToolRectangle = 2062,
     KVCmToolEllipse = 2063,

@@ -1,6 +1,7 @@
 #include "toolkit/dialogs.h"
 
 #include <QFileDialog>
+#include <QInputDialog>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStandardPaths>
@@ -15,6 +16,11 @@ LAlertResponder& AlertResponder() {
 
 LFileDialogResponder& FileResponder() {
     static LFileDialogResponder responder;
+    return responder;
+}
+
+LTextInputResponder& TextResponder() {
+    static LTextInputResponder responder;
     return responder;
 }
 
@@ -57,6 +63,19 @@ std::string StandardFolder(QStandardPaths::StandardLocation where) {
 
 void LSetAlertResponder(LAlertResponder responder) { AlertResponder() = std::move(responder); }
 void LSetFileDialogResponder(LFileDialogResponder responder) { FileResponder() = std::move(responder); }
+void LSetTextInputResponder(LTextInputResponder responder) { TextResponder() = std::move(responder); }
+
+std::optional<std::string> LTextInput(QWidget* parent, const LTextInputRequest& request) {
+    if (TextResponder())
+        return TextResponder()(request);
+    bool ok = false;
+    const QString text = QInputDialog::getText(parent, QString::fromStdString(request.title),
+                                               QString::fromStdString(request.label), QLineEdit::Normal,
+                                               QString::fromStdString(request.text), &ok);
+    if (!ok)
+        return std::nullopt;
+    return text.toStdString();
+}
 
 int LAlert(QWidget* parent, const char* title, const char* text,
            std::initializer_list<const char*> buttons) {

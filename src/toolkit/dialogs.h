@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,9 +50,21 @@ using LFileDialogResponder = std::function<LFileChoice(const LFileDialogRequest&
 // "*.jpg"), else the default extension.
 std::string LFileDialog(QWidget* parent, const LFileDialogRequest& request);
 
+struct LTextInputRequest {
+    std::string title;
+    std::string label;
+    std::string text; // offered, selected, in the box
+};
+// The text entered (UTF-8), or nothing when the dialog was cancelled.
+using LTextInputResponder = std::function<std::optional<std::string>(const LTextInputRequest&)>;
+
+// Asks for one line of text.
+std::optional<std::string> LTextInput(QWidget* parent, const LTextInputRequest& request);
+
 // A null responder brings back the real dialogs.
 void LSetAlertResponder(LAlertResponder responder);
 void LSetFileDialogResponder(LFileDialogResponder responder);
+void LSetTextInputResponder(LTextInputResponder responder);
 
 // The user's standard folders ("Pictures", "Documents"), or the home folder.
 std::string LGetPicturesFolder();

@@ -10,12 +10,17 @@
 #include <filesystem>
 
 #include "document/freehand.h"
+#include "document/image_element.h"
 #include "document/shapes.h"
+#include "document/text_elements.h"
+#include "imaging/image_file.h"
 #include "shell/main_dialog.h"
 #include "shell/tools.h"
 #include "shell/ui_window.h"
 #include "support/qt_wait.h"
+#include "support/temp_dir.h"
 #include "surface/canvas_widgets.h"
+#include "toolkit/dialogs.h"
 #include "toolkit/settings.h"
 
 namespace {
@@ -158,6 +163,47 @@ TEST_F(Canvas, ElementsTurnIntoPenStrokesAndStrokesIntoOtherKinds) {
     dialog.Command(KVCmUndo);
     dialog.Command(KVCmUndo);
     EXPECT_STREQ(Last()->GetName(), "rectangle");
+}
+
+TEST_F(Canvas, TheTextToolBoxTakesItsTextFromTheUserAndAPictureIsInsertedInTheView) {
+    std::optional<std::string> answer = "Grüße";
+    LSetTextInputResponder([&](const LTextInputRequest&) { return answer; });
+    dialog.Command(KVCmToolText);
+    const unsigned long before = UndoItems();
+    Drag({{40, 50}, {240, 120}});
+    ASSERT_EQ(Layer().GetElementCount(), 1u);
+    EXPECT_EQ(UndoItems(), before + 1);
+    const KVRichTextElementProperties text = Record<KVRichTextElement>();
+    ASSERT_EQ(text.segments.size(), 1u);
+    EXPECT_STREQ(text.segments[0].text.Get(), "Grüße");
+    EXPECT_EQ(text.segments[0].size, 24);
+    EXPECT_NEAR(text.bounds.x1, 40, 1);
+    EXPECT_NEAR(text.bounds.y2, 120, 1);
+    // A click, or a cancelled question, makes nothing.
+    Drag({{60, 60}});
+    answer.reset();
+    Drag({{40, 50}, {240, 120}});
+    LSetTextInputResponder(nullptr);
+    EXPECT_EQ(Layer().GetElementCount(), 1u);
+
+    kvtest::TempDir dir;
+    LImageBuffer photo;
+    LImage::New(photo, 40, 30, LPixelFormatB8G8R8A8);
+    photo.Clear(LPixelColour(10, 200, 30, 255));
+    const std::string png = dir.File("photo.png");
+    ASSERT_TRUE(LImage::Save(photo, png.c_str()));
+    LSetFileDialogResponder([&](const LFileDialogRequest& r) {
+        EXPECT_EQ(r.title, "Insert Image");
+        return LFileChoice(png);
+    });
+    dialog.Command(KVCmInsertImage);
+    LSetFileDialogResponder(nullptr);
+    ASSERT_EQ(Layer().GetElementCount(), 2u);
+    const KVImageElementProperties placed = Record<KVImageElement>();
+    const LBoundingBox2T<float> view = Surface().GetCanvasVisibleBounds();
+    EXPECT_EQ(placed.width, 40);
+    EXPECT_NEAR(placed.x + 20, (view.x1 + view.x2) / 2, 1);
+    EXPECT_NEAR(placed.y + 15, (view.y1 + view.y2) / 2, 1);
 }
 
 // The live stroke is drawn with the render's own stamps, at the zoom: when

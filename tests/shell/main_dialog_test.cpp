@@ -194,7 +194,7 @@ TEST_F(Editor, FilesGivenAtStartOpenInTabsTheLastSelectedAndAMissingOneIsNamedIn
     ASSERT_EQ(dialog->GetProjects().GetCount(), 3u);
     EXPECT_EQ(tabs.tabText(tabs.currentIndex()), "photo");
     Settle();
-    EXPECT_EQ(dialog->GetUiWindow().GetView().GetPicture().width(), 40);
+    EXPECT_EQ(dialog->GetUiWindow().GetSurface().GetDisplayedImage().width(), 40);
     EXPECT_EQ(ShownPixel(*dialog, 20, 15), qRgb(10, 200, 30));
 }
 
