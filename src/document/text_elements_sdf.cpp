@@ -85,39 +85,49 @@ void WriteSegment(KVSDFWriter& w, const KVRichTextSegment& g) {
     w.EndContainer(KVChunkTextSegment);
 }
 
+// The style a plain text and a rich text run share: the three flags, the
+// font and its size, and the text. False for any other field.
+template <class T>
+bool ReadStyleField(KVSDFReadState& s, KVSDFChunk& c, T& t, unsigned long& size) {
+    int value = 0;
+    switch (c.id) {
+    case KVChunkBold:
+        KVReadBool(s, c, t.bold);
+        return true;
+    case KVChunkItalic:
+        KVReadBool(s, c, t.italic);
+        return true;
+    case KVChunkUnderline:
+        KVReadBool(s, c, t.underline);
+        return true;
+    case KVChunkFontSize:
+        if (KVReadInt(s, c, value))
+            size = ToSize(value);
+        return true;
+    case KVChunkFontName:
+        ReadFontName(s, c, t.font);
+        return true;
+    case KVChunkText:
+        KVReadText(s, c, t.text);
+        return true;
+    default:
+        return false;
+    }
+}
+
 KVRichTextSegment ReadSegment(KVSDFReadState& s, KVSDFChunk& chunk) {
     KVRichTextSegment g;
     KVForEachChild(s, chunk, [&](KVSDFChunk& c) {
-        int size = 0;
-        switch (c.id) {
-        case KVChunkBold:
-            KVReadBool(s, c, g.bold);
-            break;
-        case KVChunkItalic:
-            KVReadBool(s, c, g.italic);
-            break;
-        case KVChunkUnderline:
-            KVReadBool(s, c, g.underline);
-            break;
-        case KVChunkFontSize:
-            if (KVReadInt(s, c, size))
-                g.size = static_cast<float>(ToSize(size));
-            break;
-        case KVChunkFontName:
-            ReadFontName(s, c, g.font);
-            break;
-        case KVChunkColour:
-            g.colour = KVProjectFileReadColor(s, c);
-            break;
-        case KVChunkBounds:
-            g.bounds = KVProjectFileReadBounds(s, c);
-            break;
-        case KVChunkText:
-            KVReadText(s, c, g.text);
-            break;
-        default:
-            break;
+        unsigned long size = 0;
+        if (ReadStyleField(s, c, g, size)) {
+            if (c.id == KVChunkFontSize)
+                g.size = static_cast<float>(size);
+            return;
         }
+        if (c.id == KVChunkColour)
+            g.colour = KVProjectFileReadColor(s, c);
+        else if (c.id == KVChunkBounds)
+            g.bounds = KVProjectFileReadBounds(s, c);
     });
     return g;
 }
@@ -147,35 +157,10 @@ LProcessResult KVTextElement::ReadSDF(KVSDFReader& reader, KVSDFChunk& chunk) {
     KVSDFReadState s(reader);
     P p = GetProperties();
     KVForEachChild(s, chunk, [&](KVSDFChunk& c) {
-        if (ReadBoxField(s, c, p))
+        if (ReadBoxField(s, c, p) || ReadStyleField(s, c, p, p.fontSize))
             return;
-        int size = 0;
-        switch (c.id) {
-        case KVChunkBold:
-            KVReadBool(s, c, p.bold);
-            break;
-        case KVChunkItalic:
-            KVReadBool(s, c, p.italic);
-            break;
-        case KVChunkUnderline:
-            KVReadBool(s, c, p.underline);
-            break;
-        case KVChunkFontSize:
-            if (KVReadInt(s, c, size))
-                p.fontSize = ToSize(size);
-            break;
-        case KVChunkText:
-            KVReadText(s, c, p.text);
-            break;
-        case KVChunkFontName:
-            ReadFontName(s, c, p.font);
-            break;
-        case KVChunkColour:
+        if (c.id == KVChunkColour)
             p.colour = KVProjectFileReadColorAlpha(s, c);
-            break;
-        default:
-            break;
-        }
     });
     SetProperties(p, false, nullptr);
     return Result(s);
