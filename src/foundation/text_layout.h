@@ -46,6 +46,8 @@ public:
     // Ascent plus descent, in the surface's units.
     float GetLineHeight() const { return lineHeight * layoutScale; }
     bool IsMultiLine() const { return multiLine; }
+    // The font's ascent, in the surface's units.
+    float GetAscent() const { return ascent * layoutScale; }
 
 private:
     struct Line {
@@ -75,3 +77,9 @@ private:
 bool LPaintMeasureTextHeight(float& height, const LBoundingBox2T<float>& box, const char* text,
                              const char* face, float size, bool bold, bool italic, bool underline,
                              LAlignmentX align);
+
+// The ascent of a font and the width one blank adds between two letters,
+// measured as the vector writers place text. False when no scratch surface
+// could be made.
+bool LPaintMeasureFont(float& ascent, float& spaceWidth, const char* face, float size, bool bold,
+                       bool italic, bool underline);

@@ -81,6 +81,14 @@ LXMLElement* LXMLElement::AddElement(std::unique_ptr<LXMLElement> child) {
     return children.back().get();
 }
 
+std::unique_ptr<LXMLElement> LXMLElement::RemoveLastChild() {
+    if (children.empty())
+        return nullptr;
+    std::unique_ptr<LXMLElement> last = std::move(children.back());
+    children.pop_back();
+    return last;
+}
+
 std::vector<std::unique_ptr<LXMLElement>> LXMLElement::TakeChildren() {
     std::vector<std::unique_ptr<LXMLElement>> taken = std::move(children);
     children.clear();

@@ -56,6 +56,8 @@ public:
     const std::vector<std::unique_ptr<LXMLElement>>& GetChildren() const { return children; }
     unsigned long GetChildCount() const { return static_cast<unsigned long>(children.size()); }
     LXMLElement* GetLastChild() { return children.empty() ? nullptr : children.back().get(); }
+    // Takes the last child out; null when there is none.
+    std::unique_ptr<LXMLElement> RemoveLastChild();
     // Hands every child over, leaving this element without.
     std::vector<std::unique_ptr<LXMLElement>> TakeChildren();
     // First child of that name, or null.
