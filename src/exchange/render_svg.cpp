@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "document/project.h"
 #include "foundation/base64.h"
 #include "foundation/file.h"
 #include "foundation/graphics_path.h"
@@ -18,6 +19,7 @@
 #include "foundation/text_layout.h"
 #include "imaging/image_codec.h"
 #include "imaging/image_file.h"
+#include "render/render_results.h"
 #include "render/stamps.h"
 #include "target/draw_path.h"
 
@@ -1100,5 +1102,28 @@ LProcessResult KVRenderImageSVG::DrawImage(LProcessInterface& process, const LIm
     e->SetAttributeF("width", "%dpx", w);
     e->SetAttributeF("height", "%dpx", h);
     e->SetAttribute("xlink:href", reference.c_str());
+    return LProcessResultOk;
+}
+
+// ---------------------------------------------------------------- projects
+
+LProcessResult Process(LProcessInterface& process, KVProjectSVGSave& save) {
+    const KVImage* image = save.project ? save.project->GetCurrentImage() : nullptr;
+    if (!image || !save.path) {
+        process.SetError("The project has no picture to save.");
+        return LProcessResultError;
+    }
+    auto* target = new KVRenderImageSVG(image->GetWidth(), image->GetHeight());
+    target->embedImages = image->embedImages;
+    KVRenderResults render;
+    render.project = save.project;
+    render.target = LPtr<KVRenderImage>(target);
+    target->Clear(image->GetBackground());
+    if (LProcessResult r = Process(process, render))
+        return r;
+    if (!target->SaveAsFile(save.path)) {
+        process.SetError(LFile::ErrorText("The SVG file could not be written.", save.path, errno).c_str());
+        return LProcessResultError;
+    }
     return LProcessResultOk;
 }

@@ -19,6 +19,17 @@
 // The namespace of the program's own attributes in the files it writes.
 inline constexpr const char* kKVSVGNamespace = "https://korvane.org/ns/tolmar/1";
 
+class KVProject;
+
+// A project's current image saved as an SVG file: its background, then the
+// project rendered as on screen, pictures embedded when the image says so.
+struct KVProjectSVGSave {
+    const KVProject* project = nullptr;
+    const char* path = nullptr;
+};
+// 2 with a message when there is no image or the file cannot be written.
+LProcessResult Process(LProcessInterface& process, KVProjectSVGSave& save);
+
 class KVRenderImageSVG : public KVRenderImage {
 public:
     KVRenderImageSVG(unsigned long width, unsigned long height);
