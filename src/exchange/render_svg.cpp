@@ -953,8 +953,10 @@ LProcessResult KVRenderImageSVG::EraserStroke(LProcessInterface& process,
             return LProcessResultStopped;
         const LList<KVDrawCoord>& coords = stroke.path.GetCoords();
         const KVDrawCoord* a = coords.GetFirst();
-        if (!a)
+        if (!a) {
+            process.SetError("An erase stroke has no path.");
             return LProcessResultError;
+        }
         LXMLElement* p = mask->AddElement(new LXMLElement("path"));
         p->SetAttributeF("stroke-width", "%.3f", stroke.width);
         p->SetAttribute("stroke", "rgb(0,0,0)");

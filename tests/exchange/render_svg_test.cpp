@@ -92,23 +92,39 @@ void MakePicture(LImageBuffer& picture) {
         }
 }
 
-TEST(RenderSvgTest, TheFairSubsetLooksAsTheRasterRenderAndEveryPictureNamedExists) {
+// Text set by the vector reader and a picture embedded in the file.
+void DrawTextScene(KVRenderImage& t, const LImageBuffer& picture) {
+    LProcessInterfaceVoid v;
+    t.Clear(LPixelColour(255, 255, 255, 255));
+    t.DrawText(v, "Korvane draws", 24, false, false, false, "Liberation Sans", LAlignmentXLeft,
+               kBlue, KVBox(10, 8, 290, 40));
+    t.DrawText(v, "centred", 18, true, false, false, "Liberation Sans", LAlignmentXCentre, kRed,
+               KVBox(10, 45, 290, 70));
+    t.DrawImage(v, picture, 20, 75, 40, 30);
+}
+
+class SceneComparison : public ::testing::TestWithParam<bool> {};
+
+TEST_P(SceneComparison, TheFairSubsetLooksAsTheRasterRenderAndEveryPictureNamedExists) {
+    const bool text = GetParam();
     LImageBuffer picture;
     MakePicture(picture);
-    const int w = 300, h = 210;
+    const int w = 300, h = text ? 110 : 210;
+    const auto draw = text ? DrawTextScene : DrawScene;
     KVRenderImageBuffer raster(w, h);
-    DrawScene(raster, picture);
+    draw(raster, picture);
     raster.Flush();
 
     for (bool embed : {false, true}) {
         kvtest::TempDir dir;
         KVRenderImageSVG svg(w, h);
         svg.embedImages = embed;
-        DrawScene(svg, picture);
+        draw(svg, picture);
         const std::string path = dir.File(embed ? "embedded.svg" : "scene.svg");
         ASSERT_TRUE(svg.SaveAsFile(path.c_str()));
         EXPECT_TRUE(PassesXmllint(path));
-        EXPECT_EQ(kvtest::FileExists(dir.File("1.png")), !embed) << "the picture drawn inside a transform";
+        EXPECT_EQ(kvtest::FileExists(dir.File(text ? "0.png" : "1.png")), !embed)
+            << "the picture drawn inside a transform";
 
         const std::string png = path + ".png";
         ASSERT_EQ(std::system(("rsvg-convert -o '" + png + "' '" + path + "'").c_str()), 0);
@@ -120,13 +136,16 @@ TEST(RenderSvgTest, TheFairSubsetLooksAsTheRasterRenderAndEveryPictureNamedExist
         const kvtest::PictureDifference d = kvtest::ComparePictures(mine, theirs);
         EXPECT_LE(d.mean, 6.0) << "pixel for pixel " << d.strictMean;
         if (const char* keep = std::getenv("KV_PAINT_ORACLE_OUTPUT")) {
-            cairo_surface_write_to_png(mine, (std::string(keep) + "/svg-scene-ours.png").c_str());
-            cairo_surface_write_to_png(theirs, (std::string(keep) + "/svg-scene-rsvg.png").c_str());
+            const std::string name = std::string(keep) + (text ? "/svg-text" : "/svg-scene");
+            cairo_surface_write_to_png(mine, (name + "-ours.png").c_str());
+            cairo_surface_write_to_png(theirs, (name + "-rsvg.png").c_str());
         }
         cairo_surface_destroy(mine);
         cairo_surface_destroy(theirs);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(RenderSvgTest, SceneComparison, ::testing::Bool());
 
 TEST(RenderSvgTest, EveryOtherOperationWritesAWellFormedFile) {
     LProcessInterfaceVoid v;
