@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -58,9 +59,28 @@ void LXMLElement::SetSimpleData(const char* t) {
     AddSimpleData(t);
 }
 
+namespace {
+
+struct ByName {
+    bool operator()(const std::pair<std::string, std::string>& a, const char* key) const {
+        return std::strcmp(a.first.c_str(), key) < 0;
+    }
+};
+
+} // namespace
+
 const char* LXMLElement::GetAttribute(const char* key) const {
-    const auto it = attributes.find(key);
-    return it == attributes.end() ? nullptr : it->second.c_str();
+    const auto it = std::lower_bound(attributes.begin(), attributes.end(), key, ByName());
+    return it == attributes.end() || it->first != key ? nullptr : it->second.c_str();
+}
+
+void LXMLElement::SetAttribute(std::string key, std::string value) {
+    const auto it = std::lower_bound(attributes.begin(), attributes.end(), key.c_str(), ByName());
+    if (it != attributes.end() && it->first == key) {
+        it->second = std::move(value);
+        return;
+    }
+    attributes.emplace(it, std::move(key), std::move(value));
 }
 
 void LXMLElement::SetAttributeF(const char* key, const char* format, ...) {
@@ -69,7 +89,7 @@ void LXMLElement::SetAttributeF(const char* key, const char* format, ...) {
     va_start(args, format);
     std::vsnprintf(value, sizeof value, format, args);
     va_end(args);
-    attributes[key] = value;
+    SetAttribute(key, value);
 }
 
 LXMLElement* LXMLElement::AddElement(LXMLElement* child) {
@@ -209,7 +229,7 @@ void LXMLElement::SaveToBuffer(std::string& out, int depth) const {
     if (closer) {
         if (name == "?xml" && GetAttribute("version")) {
             out += " version=\"";
-            AppendEscaped(out, attributes.at("version"));
+            AppendEscaped(out, GetAttribute("version"));
             out += '"';
             AppendAttributes(out, attributes, "version");
         } else {
@@ -274,6 +294,20 @@ private:
         }
         ++column;
         return c;
+    }
+
+    // Takes a run of plain characters whole, up to `stop` or anything that
+    // needs a look of its own (an entity, a line end, the end).
+    void TakeRun(std::string& out, char stop) {
+        const size_t start = pos;
+        while (pos < length) {
+            const char c = text[pos];
+            if (c == stop || c == '&' || c == '\n' || c == '\r' || c == '\0')
+                break;
+            ++pos;
+        }
+        out.append(text + start, pos - start);
+        column += static_cast<int>(pos - start);
     }
 
     void Error(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -400,6 +434,7 @@ int LXMLLoader::LoadAttribute(std::string& value) {
             }
         } else if (c == '"' || c == '\'') {
             quote = c;
+            TakeRun(value, static_cast<char>(quote));
             continue;
         } else if (c == '\t' || c == '\n' || c == ' ' || c == '/' || c == '=' || c == '>') {
             return c;
@@ -407,6 +442,8 @@ int LXMLLoader::LoadAttribute(std::string& value) {
         if (c == '&' && (c = AmpChar()) == 0)
             continue;
         value += static_cast<char>(c);
+        if (quote)
+            TakeRun(value, static_cast<char>(quote));
     }
 }
 
@@ -479,7 +516,7 @@ void LXMLLoader::LoadElement(LXMLElement& element, int end) {
         // What closes "?xml" ("?>") leaves its "?" on the last value.
         if (end == '>' && !value.empty() && value.back() == '?')
             value.pop_back();
-        element.attributes[key] = value;
+        element.SetAttribute(key, std::move(value));
     }
     if (!empty && name[0] != '?')
         LoadData(element);
@@ -508,6 +545,7 @@ void LXMLLoader::LoadData(LXMLElement& element) {
     for (;;) {
         if (StopRequested())
             break;
+        TakeRun(buffer, '<');
         int c = Get();
         if (c == 0) {
             if (!element.name.empty())

@@ -9,7 +9,7 @@
 // instructions are elements named "!--", "!DOCTYPE", "![CDATA[" and "?xml",
 // their raw text a child text node.
 
-#include <map>
+#include <utility>
 #include <memory>
 #include <string>
 #include <vector>
@@ -38,11 +38,15 @@ public:
     // The element's only child becomes a text node of `t`.
     void SetSimpleData(const char* t);
 
-    // Names to values, walked in ascending strcmp order of the names.
-    using Attributes = std::map<std::string, std::string>;
+    // Names to values, kept in ascending strcmp order of the names: an
+    // element has a handful, and a sorted array of them costs far less
+    // memory in a large document than a tree would.
+    using Attributes = std::vector<std::pair<std::string, std::string>>;
     const Attributes& GetAttributes() const { return attributes; }
     const char* GetAttribute(const char* key) const;
-    void SetAttribute(const char* key, const char* value) { attributes[key] = value ? value : ""; }
+    // Replaces the value of a name already set.
+    void SetAttribute(const char* key, const char* value) { SetAttribute(std::string(key), value ? value : ""); }
+    void SetAttribute(std::string key, std::string value);
     // Formats into 259 characters at most: a longer value is cut, so that
     // long data (a path, a picture) goes through SetAttribute.
     void SetAttributeF(const char* key, const char* format, ...)
