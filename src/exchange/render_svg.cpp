@@ -116,12 +116,68 @@ KVRenderImage* KVRenderImageSVG::BeginTranslate(float x, float y) {
     return BeginChild(Transform::Translate);
 }
 
-KVRenderImage* KVRenderImageSVG::BeginInnerGlow(LGuiColorAlpha, float) {
+KVRenderImage* KVRenderImageSVG::BeginInnerGlow(LGuiColorAlpha colour, float size) {
+    glowColour = colour;
+    glowSize = size;
     return BeginChild(Transform::None);
 }
 
-KVRenderImage* KVRenderImageSVG::BeginOuterGlow(LGuiColorAlpha, float) {
+KVRenderImage* KVRenderImageSVG::BeginOuterGlow(LGuiColorAlpha colour, float size) {
+    glowColour = colour;
+    glowSize = size;
     return BeginChild(Transform::None);
+}
+
+void KVRenderImageSVG::FinishGlow(bool inner) {
+    if (!child)
+        return;
+    auto page = [&](const char* fill) {
+        auto* r = new LXMLElement("rect");
+        r->SetAttribute("x", "0");
+        r->SetAttribute("y", "0");
+        r->SetAttributeF("width", "%lu", width);
+        r->SetAttributeF("height", "%lu", height);
+        r->SetAttribute("fill", fill);
+        r->SetAttribute("fill-opacity", "1");
+        return r;
+    };
+    auto painted = [](const LXMLElement& e, const char* colour) {
+        auto* copy = new LXMLElement(e);
+        copy->SetAttribute("fill", colour);
+        copy->SetAttribute("stroke", colour);
+        copy->SetAttribute("fill-opacity", "1.000");
+        return copy;
+    };
+    for (auto& e : child->root.TakeChildren()) {
+        const unsigned long n = nextId;
+        auto a = std::make_unique<LXMLElement>("mask");
+        a->SetAttributeF("id", "Mask%lu", n);
+        a->AddElement(page("rgb(255,255,255)"));
+        a->AddElement(painted(*e, "rgb(0,0,0)"));
+        auto b = std::make_unique<LXMLElement>("mask");
+        b->SetAttributeF("id", "Mask%lu", n + 1);
+        b->AddElement(painted(*e, "rgb(255,255,255)"));
+        auto filter = std::make_unique<LXMLElement>("filter");
+        filter->SetAttributeF("id", "filter%lu", n + 2);
+        LXMLElement* blur = filter->AddElement(new LXMLElement("feGaussianBlur"));
+        blur->SetAttribute("in", "SourceGraphic");
+        blur->SetAttributeF("stdDeviation", "%f", glowSize);
+        auto group = std::make_unique<LXMLElement>("g");
+        group->SetAttributeF("filter", "url(#filter%lu)", n + 2);
+        char colour[40];
+        std::snprintf(colour, sizeof colour, "rgb(%d,%d,%d)", glowColour.Red8(), glowColour.Green8(),
+                      glowColour.Blue8());
+        LXMLElement* glow = group->AddElement(page(colour));
+        group->SetAttributeF("mask", "url(#Mask%lu)", inner ? n + 1 : n);
+        glow->SetAttributeF("mask", "url(#Mask%lu)", inner ? n : n + 1);
+        root.AddElement(std::make_unique<LXMLElement>(*e));
+        root.AddElement(std::move(group));
+        root.AddElement(std::move(a));
+        root.AddElement(std::move(b));
+        root.AddElement(std::move(filter));
+        nextId += 3;
+    }
+    child.reset();
 }
 
 void KVRenderImageSVG::FinishRotate() { FinishChild(Transform::Rotate); }

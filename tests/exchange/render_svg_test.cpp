@@ -192,9 +192,18 @@ TEST(RenderSvgTest, EveryOtherOperationWritesAWellFormedFile) {
     EXPECT_TRUE(moved->FastFillPath(stroke, kRed));
     svg.FinishTranslate();
     // A glowing element keeps only what was drawn outside its glow.
-    KVRenderImage* glow = svg.BeginOuterGlow(kRed, 5);
-    glow->DrawRect(v, 1, kRed, box);
+    const unsigned long before = svg.GetRoot().GetChildCount();
+    svg.BeginOuterGlow(kRed, 5)->DrawRect(v, 1, kRed, box);
     svg.FinishOuterGlow(v);
+    EXPECT_EQ(svg.GetRoot().GetChildCount(), before);
+    // The glow as masks, ready for when elements bring it back.
+    KVRenderImageSVG glowing(120, 90);
+    glowing.BeginInnerGlow(kRed, 4)->FillRect(v, 1, kBlack, kBlue, box);
+    glowing.FinishInnerGlow();
+    std::string names;
+    for (const auto& e : glowing.GetRoot().GetChildren())
+        names += std::string(e->GetName()) + " ";
+    EXPECT_EQ(names, "rect g mask mask filter ");
 
     const std::string text = svg.GetDocumentText();
     EXPECT_NE(text.find("<text dy="), std::string::npos);
