@@ -1,6 +1,5 @@
 #include "exchange/render_svg.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -59,22 +58,20 @@ bool KVRenderImageSVG::SaveAsFile(const char* path) {
     const std::string text = GetDocumentText();
     std::string folder = path;
     const size_t slash = folder.rfind('/');
-    folder = slash == std::string::npos ? std::string(".") : folder.substr(0, slash + 1);
+    folder = slash == std::string::npos ? std::string() : folder.substr(0, slash + 1);
 
     // A half-written file must never stand in the place of the old one.
     char temporary[4096];
     LWriteFile file;
-    if (!file.OpenTemporary(temporary, sizeof temporary, folder.c_str(), ".svg.part"))
+    if (!file.OpenTemporary(temporary, sizeof temporary, folder.empty() ? "." : folder.c_str(),
+                            ".svg.part"))
         return false;
     const bool written = file.Write(text.data(), text.size()) == text.size();
     if (!file.Close() || !written) {
         unlink(temporary);
         return false;
     }
-    struct stat old;
-    const mode_t umaskNow = umask(0);
-    umask(umaskNow);
-    chmod(temporary, stat(path, &old) == 0 ? old.st_mode & 07777 : 0666 & ~umaskNow);
+    LFile::GiveModeOf(path, temporary);
     if (!LFile::MoveFile(temporary, path)) {
         unlink(temporary);
         return false;
