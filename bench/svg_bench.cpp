@@ -63,6 +63,25 @@ void ExportShapes(benchmark::State& state) {
 }
 BENCHMARK(ExportShapes)->Arg(1000)->Arg(5000)->Arg(20000)->Unit(benchmark::kMillisecond);
 
+// The target alone: shapes drawn straight into it and serialised, without
+// the project's walk.
+void TargetShapes(benchmark::State& state) {
+    const auto n = static_cast<long>(state.range(0));
+    LProcessInterfaceVoid process;
+    for (auto _ : state) {
+        KVRenderImageSVG svg(2000, 1000);
+        svg.Clear(LPixelColour(255, 255, 255, 255));
+        for (long i = 0; i < n; ++i) {
+            const float x = static_cast<float>(i % 1900), y = static_cast<float>(i % 950);
+            svg.FillRect(process, 1, LGuiColorAlpha(0, 0, 0, 255), LGuiColorAlpha(10, 20, 30, 255),
+                         KVBox(x, y, x + 40, y + 30));
+        }
+        benchmark::DoNotOptimize(svg.GetDocumentText().size());
+    }
+    state.SetItemsProcessed(state.iterations() * n);
+}
+BENCHMARK(TargetShapes)->Arg(1000)->Arg(5000)->Arg(20000)->Unit(benchmark::kMillisecond);
+
 // A vectorised photo: paths of twelve points each, kept as raw markup.
 void ExportTracedPaths(benchmark::State& state) {
     const auto n = static_cast<long>(state.range(0));
