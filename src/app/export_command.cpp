@@ -4,6 +4,7 @@
 
 #include "document/project.h"
 #include "exchange/file_types.h"
+#include "exchange/render_svg.h"
 #include "foundation/file.h"
 #include "imaging/image_export.h"
 #include "imaging/image_file.h"
@@ -105,6 +106,19 @@ LProcessResult KVExportFile(LProcessInterface& process, const char* output, cons
     default:
         process.SetError("The file type is not recognized.");
         return LProcessResultError;
+    }
+
+    if (kind == KVExportKindSVG && KVGetExportKind(input) == KVExportKindProject) {
+        // A project goes into the file as the shapes it is made of.
+        KVProject project;
+        {
+            LProcessInterfaceSubProcess loading(process, 0, 0.3);
+            if (LProcessResult r = KVProjectFileLoad(loading, project, input))
+                return r;
+        }
+        KVProjectSVGSave save{&project, output};
+        LProcessInterfaceSubProcess writing(process, 0.3, 0.7);
+        return Process(writing, save);
     }
 
     LImageBuffer picture;

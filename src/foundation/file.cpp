@@ -597,3 +597,16 @@ std::string LFile::ErrorText(const char* text, const char* path, int error) {
     }
     return message;
 }
+
+void LFile::GiveModeOf(const char* target, const char* fresh) {
+    struct stat st;
+    mode_t mode = 0666;
+    if (stat(target, &st) == 0) {
+        mode = st.st_mode & 07777;
+    } else {
+        const mode_t mask = umask(0);
+        umask(mask);
+        mode &= ~mask;
+    }
+    chmod(fresh, mode);
+}

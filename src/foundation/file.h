@@ -212,6 +212,9 @@ public:
     // text, then the path and the system's reason for `error` (an errno),
     // "text\npath: No space left on device".
     static std::string ErrorText(const char* text, const char* path, int error);
+    // Gives a freshly written file that is to replace `target` the target's
+    // permissions, or those a new file gets when there is no target yet.
+    static void GiveModeOf(const char* target, const char* fresh);
 };
 
 // Stream bases over a file type.

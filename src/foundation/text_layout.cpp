@@ -297,3 +297,24 @@ bool LPaintMeasureTextHeight(float& height, const LBoundingBox2T<float>& box, co
     LPaintSurface::MeasureText(scratch.context, width, height, text, box, format);
     return true;
 }
+
+bool LPaintMeasureFont(float& ascent, float& spaceWidth, const char* face, float size, bool bold,
+                       bool italic, bool underline) {
+    ascent = spaceWidth = 0;
+    LPaintSurfaceImage scratch(1, 1);
+    if (!scratch.IsValid())
+        return false;
+    LPaintSurface::SetFont(scratch.context, LGuiFont(face, size, bold, italic, underline));
+    LDrawTextFormat format;
+    format.alignY = LAlignmentYTop;
+    LPaintSurfaceTextLayoutManager layout(scratch.context, "n", format);
+    if (layout.Create(0))
+        ascent = layout.GetAscent();
+    // The blank between two letters, not a lone one that layout may trim.
+    const LBoundingBox2T<float> box(0, 0, 100000, 100000);
+    float spaced = 0, tight = 0, height = 0;
+    LPaintSurface::MeasureText(scratch.context, spaced, height, "n s", box, format);
+    LPaintSurface::MeasureText(scratch.context, tight, height, "ns", box, format);
+    spaceWidth = spaced - tight;
+    return true;
+}

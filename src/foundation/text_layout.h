@@ -55,6 +55,8 @@ public:
         int start, length;
     };
     std::vector<LineRange> GetLineRanges() const;
+    // The font's ascent, in the surface's units.
+    float GetAscent() const { return ascent * layoutScale; }
 
 private:
     struct Line {
@@ -84,3 +86,9 @@ private:
 bool LPaintMeasureTextHeight(float& height, const LBoundingBox2T<float>& box, const char* text,
                              const char* face, float size, bool bold, bool italic, bool underline,
                              LAlignmentX align);
+
+// The ascent of a font and the width one blank adds between two letters,
+// measured as the vector writers place text. False when no scratch surface
+// could be made.
+bool LPaintMeasureFont(float& ascent, float& spaceWidth, const char* face, float size, bool bold,
+                       bool italic, bool underline);

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "foundation/file.h"
@@ -25,19 +24,6 @@ std::string FolderOf(const char* path) {
 }
 
 // A new file gets the usual permissions, a replaced one keeps its own.
-void GiveModeOf(const char* target, const char* fresh) {
-    struct stat st;
-    mode_t mode = 0666;
-    if (stat(target, &st) == 0) {
-        mode = st.st_mode & 07777;
-    } else {
-        const mode_t mask = umask(0);
-        umask(mask);
-        mode &= ~mask;
-    }
-    chmod(fresh, mode);
-}
-
 // "The file "a.kvp" could not be saved: <why>.", then the path and the
 // system's reason.
 void Fail(LProcessInterface& process, const char* why, const char* path, int error) {
@@ -74,7 +60,7 @@ LProcessResult KVProjectFileSave(LProcessInterface& process, const KVProject& pr
         result = LProcessResultError;
     }
     if (result == LProcessResultOk) {
-        GiveModeOf(path, temporary);
+        LFile::GiveModeOf(path, temporary);
         if (!LFile::MoveFile(temporary, path)) {
             Fail(process, "it cannot be replaced", path, errno);
             result = LProcessResultError;

@@ -7,6 +7,7 @@
 
 #include "document/image_element.h"
 #include "exchange/file_types.h"
+#include "exchange/render_svg.h"
 #include "foundation/app_paths.h"
 #include "foundation/string.h"
 #include "imaging/image_export.h"
@@ -123,7 +124,8 @@ bool MainDialog::SaveAs(KVProject& project) {
     request.defaultExtension = extension;
     request.filters = {{"Korvane Project File (*.kvp)", "*.kvp"},
                        {"PNG Image (*.png)", "*.png"},
-                       {"JPEG Image (*.jpg)", "*.jpg"}};
+                       {"JPEG Image (*.jpg)", "*.jpg"},
+                       {"SVG Image (*.svg)", "*.svg"}};
     std::string path = LFileDialog(this, request);
     if (path.empty())
         return false;
@@ -160,6 +162,13 @@ LProcessResult MainDialog::SaveFile(LProcessInterface* process, const char* path
         r = SaveProjectFile(*process, *currentProject, path);
     } else if (kind == KVExportKindRaster) {
         r = ExportRaster(*process, *currentProject, path);
+    } else if (kind == KVExportKindSVG) {
+        Change change(*this);
+        KVProjectSVGSave save{currentProject, path};
+        LProcessThreadData<KVProjectSVGSave> data(save);
+        r = Process(*process, data);
+        if (r == LProcessResultOk)
+            currentProject->MarkAsSaved();
     } else {
         process->SetErrorF("Saving as %s is not available in this version.", KVFileExtension(path).c_str() + 1);
         r = LProcessResultError;

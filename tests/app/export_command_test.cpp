@@ -190,6 +190,14 @@ TEST_F(Korvane, AProjectIsRenderedAsOnScreenAndSaved) {
     LImageConstIterator inside(picture, 20, 15, 1, 1, 0), outside(picture, 2, 2, 1, 1, 0);
     EXPECT_EQ(inside.GetPacked(), 0xFFFF0000u); // the red rectangle
     EXPECT_EQ(outside.GetPacked(), 0xFFFFFFFFu); // the white background
+
+    // As SVG the rectangle stays a shape, in a file other programs read.
+    const Outcome svg = Start("--export " + Q("drawing.svg") + " " + Q("drawing.kvp"));
+    ASSERT_EQ(svg.status, 0) << svg.err;
+    const std::string text = Slurp(dir.File("drawing.svg"));
+    EXPECT_NE(text.find("<rect fill=\"rgb(255,0,0)\" fill-opacity=\"1.000\" height=\"10\""),
+              std::string::npos) << text;
+    EXPECT_EQ(std::system(("xmllint --noout --nonet " + Q("drawing.svg")).c_str()), 0);
 }
 
 TEST(KorvaneConsole, ProgressOnATerminalIsOneLineRewritten) {

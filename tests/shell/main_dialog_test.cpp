@@ -270,6 +270,16 @@ TEST_F(Editor, SaveAsWritesByExtensionAndOnlyAnExportUpdatesTheDefaults) {
     EXPECT_EQ(png.pixel(10, 10), qRgb(0, 0, 255));
     EXPECT_TRUE(alerts.empty());
 
+    // As SVG the drawing keeps its shapes.
+    Draw(*dialog, Rectangle(30, 30, 40, 40, LGuiColorAlpha(255, 0, 0, 255)));
+    fileAnswer = dir.File("drawing.svg");
+    ASSERT_TRUE(dialog->CmSaveAs());
+    EXPECT_TRUE(image->GetUndoRedoStack().IsCurrentStateSaved());
+    std::ifstream svg(fileAnswer);
+    const std::string svgText((std::istreambuf_iterator<char>(svg)), std::istreambuf_iterator<char>());
+    EXPECT_NE(svgText.find("fill=\"rgb(255,0,0)\""), std::string::npos);
+    EXPECT_TRUE(alerts.empty());
+
     // Extensions outside the table are refused with the alert.
     fileAnswer = dir.File("drawing.xyz");
     EXPECT_FALSE(dialog->CmSaveAs());
