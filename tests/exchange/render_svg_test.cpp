@@ -8,6 +8,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "document/image_element.h"
+#include "document/text_elements.h"
 #include "foundation/line_style.h"
 #include "render/render_image_buffer.h"
 #include "support/svg_oracle.h"
@@ -92,15 +94,40 @@ void MakePicture(LImageBuffer& picture) {
         }
 }
 
-// Text set by the vector reader and a picture embedded in the file.
+// A plain text, a rich text run and a placed picture, drawn by their
+// elements as a project draws them.
 void DrawTextScene(KVRenderImage& t, const LImageBuffer& picture) {
     LProcessInterfaceVoid v;
     t.Clear(LPixelColour(255, 255, 255, 255));
-    t.DrawText(v, "Korvane draws", 24, false, false, false, "Liberation Sans", LAlignmentXLeft,
-               kBlue, KVBox(10, 8, 290, 40));
-    t.DrawText(v, "centred", 18, true, false, false, "Liberation Sans", LAlignmentXCentre, kRed,
-               KVBox(10, 45, 290, 70));
-    t.DrawImage(v, picture, 20, 75, 40, 30);
+    KVTextElementProperties plain;
+    plain.text = "Korvane draws";
+    plain.fontSize = 24;
+    LStrCopy(plain.font, "Liberation Sans");
+    plain.colour = kBlue;
+    plain.bounds = KVBox(10, 8, 290, 40);
+    KVTextElement(plain).Render(v, t);
+    KVRichTextElementProperties rich;
+    rich.bounds = KVBox(10, 45, 290, 70);
+    KVRichTextSegment run;
+    run.text = "in bold";
+    run.bold = true;
+    run.size = 18;
+    LStrCopy(run.font, "Liberation Sans");
+    run.colour = kRed;
+    run.bounds = rich.bounds;
+    rich.segments.push_back(run);
+    KVRichTextElement(rich).Render(v, t);
+    LImageBuffer copy;
+    LImage::New(copy, picture.width, picture.height, picture.format);
+    LImageBufferCopy(copy, picture);
+    KVImageElement image(copy);
+    KVImageElementProperties placed = image.GetProperties();
+    placed.x = 20;
+    placed.y = 75;
+    placed.width = 40;
+    placed.height = 30;
+    image.SetProperties(placed, false, nullptr);
+    image.Render(v, t);
 }
 
 class SceneComparison : public ::testing::TestWithParam<bool> {};
