@@ -318,3 +318,17 @@ bool LPaintMeasureFont(float& ascent, float& spaceWidth, const char* face, float
     spaceWidth = spaced - tight;
     return true;
 }
+
+void LPaintReleaseThreadFonts() {
+    // No font map was ever made in this process: making one now would only
+    // start the font library's loading for nothing.
+    if (g_type_from_name("PangoCairoFcFontMap") == 0)
+        return;
+    PangoFontMap* map = pango_cairo_font_map_get_default();
+    g_object_ref(map);
+    pango_cairo_font_map_set_default(nullptr);
+    // Each font matching job on the worker holds the map until it is done.
+    for (int i = 0; i < 10000 && g_atomic_int_get(&G_OBJECT(map)->ref_count) > 1; ++i)
+        g_usleep(1000);
+    g_object_unref(map);
+}

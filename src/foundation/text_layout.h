@@ -80,6 +80,12 @@ private:
     std::vector<Line> lines;
 };
 
+// Lets go of this thread's font map and waits (at most ten seconds) until
+// the layout library's own font worker has let go of it too, so that the
+// map and its fonts are finished before the thread ends, not on that
+// worker later, when the drawing library's caches may already be gone.
+void LPaintReleaseThreadFonts();
+
 // The height of a text set in a box as the render targets set one line
 // (wrapped at the box's width, left to top), measured on a scratch picture
 // of its own. False when no scratch surface could be made.

@@ -7,6 +7,7 @@
 #include "document/project.h"
 #include "foundation/app_paths.h"
 #include "foundation/geometry.h"
+#include "foundation/text_layout.h"
 #include "persistence/project_file.h"
 
 namespace {
@@ -156,6 +157,9 @@ void KVRenderThread::ThreadFunction() {
     } else if (result == LProcessResultStopped) {
         last = KVRenderNotifyStopped;
     }
+    // A thread of its own renders each time: its fonts go with it, before
+    // anyone hears that it is done.
+    LPaintReleaseThreadFonts();
     // The record is let go before its last notification: the main thread
     // starts the next render from that notification, which must not find
     // this thread still holding a record it has finished with.
