@@ -133,7 +133,7 @@ TEST_F(Korvane, FailuresGiveAMessageAndStatusOne) {
         {"out.png", "missing.png",
          "korvane: The file could not be found.\n{in}: No such file or directory\n"},
         {"out.gif", "in.png", "korvane: The file type is not recognized.\n"},
-        {"out.pdf", "in.png", "korvane: PDF and EPS export are not available in this version.\n"},
+        {"out.eps", "in.png", "korvane: EPS export is not available in this version.\n"},
         {"out.kvp", "in.png", "korvane: A project cannot be written by an export.\n"},
         {"out.bmp", "in.png", "korvane: The image could not be saved\n"},
         {"out.png", "broken.png", "korvane: The image could not be loaded.\n"},
