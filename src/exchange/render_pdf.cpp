@@ -423,7 +423,9 @@ LProcessResult KVRenderImagePDF::FillPath(LProcessInterface& process, KVSegments
 LProcessResult KVRenderImagePDF::EraserStroke(LProcessInterface& process,
                                               LListIterator<KVEraserStroke> strokes) {
     // On the page an eraser covers in its canvas colour: there is nothing
-    // under a picture to remove.
+    // under a picture to remove. Every element asks, most with no strokes.
+    if (!strokes)
+        return IsValid() ? LProcessResultOk : NoWriter(process);
     return Rasterise(process, [&](KVRenderImage& r) { return r.EraserStroke(process, strokes); });
 }
 

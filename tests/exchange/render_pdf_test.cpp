@@ -104,6 +104,8 @@ void DrawEffects(KVRenderImage& t) {
     shadow.verticalOffset = 5;
     shadow.softness = 20;
     const KVBox box(20, 20, 80, 60);
+    // Every element asks to erase, most with nothing: no picture for that.
+    t.EraserStroke(v, {});
     t.DrawRectShadow(v, box, 2, true, shadow);
     t.FillRect(v, 2, kvtest::kBlack, kvtest::kRed, box);
     t.BeginOuterGlow(kvtest::kBlue, 6)->FillEllipse(v, 2, kvtest::kBlack, kvtest::kRed,
