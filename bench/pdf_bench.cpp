@@ -24,7 +24,7 @@ std::string TempPath(const char* name) {
 }
 
 double FileKb(const std::string& path) {
-    struct stat st{};
+    struct stat st {};
     return stat(path.c_str(), &st) == 0 ? static_cast<double>(st.st_size) / 1024.0 : 0;
 }
 
@@ -85,14 +85,14 @@ void DrawStrokes(KVRenderImage& target, bool wholePage) {
         const KVBox box(x, y - 40, x + 360, y + 40);
         const LGuiColorAlpha colour(static_cast<unsigned char>(i * 2), 40, 160, 255);
         if (!wholePage) {
-            target.DrawPath(process, KVBrushPencil, segments.GetIterator(), LLineStyle(), 8,
-                            colour, box, 0, nullptr);
+            target.DrawPath(process, KVBrushPencil, segments.GetIterator(), LLineStyle(), 8, colour,
+                            box, 0, nullptr);
             continue;
         }
         // Each stroke a picture of the whole page, as it would be uncut.
         KVRenderImageBuffer layer(3000, 2000, true);
-        layer.DrawPath(process, KVBrushPencil, segments.GetIterator(), LLineStyle(), 8, colour,
-                       box, 0, nullptr);
+        layer.DrawPath(process, KVBrushPencil, segments.GetIterator(), LLineStyle(), 8, colour, box,
+                       0, nullptr);
         layer.Flush();
         target.DrawImage(process, layer.GetImage(), 0, 0, 3000, 2000);
     }

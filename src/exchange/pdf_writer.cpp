@@ -20,20 +20,21 @@ namespace {
 // The brush a description asks for; null for a type that paints nothing.
 std::unique_ptr<LGuiBrush> MakeBrush(const LBrushInfo& info) {
     const LGuiColorAlpha& first = info.stopCount ? info.stopColours[0] : info.colour;
-    const LGuiColorAlpha& last = info.stopCount ? info.stopColours[info.stopCount - 1] : info.colour;
+    const LGuiColorAlpha& last =
+        info.stopCount ? info.stopColours[info.stopCount - 1] : info.colour;
     std::unique_ptr<LGuiBrushGradient> gradient;
     switch (info.type) {
     case 1:
         return std::make_unique<LGuiSolidBrush>(info.colour);
     case 2:
         gradient = std::make_unique<LGuiBrushGradientLinear>(
-            LPointTemplate<float>(info.x1, info.y1), LPointTemplate<float>(info.x2, info.y2),
-            first, last, true);
+            LPointTemplate<float>(info.x1, info.y1), LPointTemplate<float>(info.x2, info.y2), first,
+            last, true);
         break;
     case 3:
         gradient = std::make_unique<LGuiBrushGradientRadial>(
-            LPointTemplate<float>(info.x1, info.y1), LPointTemplate<float>(0, 0), info.x2,
-            info.y2, first, last);
+            LPointTemplate<float>(info.x1, info.y1), LPointTemplate<float>(0, 0), info.x2, info.y2,
+            first, last);
         break;
     default:
         return nullptr;

@@ -97,9 +97,15 @@ void KVRenderImagePDF::PopState() {
         LPaintSurface::ClipStackPop(writer->context);
 }
 
-void KVRenderImagePDF::FinishRotate() { PopState(); }
-void KVRenderImagePDF::FinishScale() { PopState(); }
-void KVRenderImagePDF::FinishTranslate() { PopState(); }
+void KVRenderImagePDF::FinishRotate() {
+    PopState();
+}
+void KVRenderImagePDF::FinishScale() {
+    PopState();
+}
+void KVRenderImagePDF::FinishTranslate() {
+    PopState();
+}
 
 // ---------------------------------------------------------------- pictures
 
@@ -191,8 +197,12 @@ void KVRenderImagePDF::FinishGlow(LProcessInterface& process, bool inner) {
     glowTarget.reset();
 }
 
-void KVRenderImagePDF::FinishInnerGlow(LProcessInterface& process) { FinishGlow(process, true); }
-void KVRenderImagePDF::FinishOuterGlow(LProcessInterface& process) { FinishGlow(process, false); }
+void KVRenderImagePDF::FinishInnerGlow(LProcessInterface& process) {
+    FinishGlow(process, true);
+}
+void KVRenderImagePDF::FinishOuterGlow(LProcessInterface& process) {
+    FinishGlow(process, false);
+}
 
 // ---------------------------------------------------------------- shapes
 
@@ -200,8 +210,8 @@ LProcessResult KVRenderImagePDF::Clear(LPixelColour colour) {
     if (!IsValid())
         return LProcessResultError;
     const LGuiColorAlpha fill(colour.red, colour.green, colour.blue, colour.alpha);
-    LPaintSurface::FillRect(writer->context, LGuiSolidBrush(fill), 0, 0,
-                            static_cast<float>(width), static_cast<float>(height));
+    LPaintSurface::FillRect(writer->context, LGuiSolidBrush(fill), 0, 0, static_cast<float>(width),
+                            static_cast<float>(height));
     return LProcessResultOk;
 }
 
@@ -241,7 +251,8 @@ LProcessResult KVRenderImagePDF::DrawRect(LProcessInterface& process, float line
     if (!IsValid())
         return NoWriter(process);
     if (lineWidth != 0)
-        LPaintSurface::DrawRectangle(writer->context, bounds, LGuiSolidBrush(lineColour), lineWidth);
+        LPaintSurface::DrawRectangle(writer->context, bounds, LGuiSolidBrush(lineColour),
+                                     lineWidth);
     return LProcessResultOk;
 }
 
@@ -281,9 +292,8 @@ LProcessResult KVRenderImagePDF::FillEllipse(LProcessInterface& process, float l
     return FillBox(LGuiSolidBrush(fillColour), lineWidth, lineColour, bounds, true);
 }
 
-LProcessResult KVRenderImagePDF::FillEllipse(LProcessInterface& process,
-                                             const KVGradient& gradient, float lineWidth,
-                                             const LGuiColorAlpha& lineColour,
+LProcessResult KVRenderImagePDF::FillEllipse(LProcessInterface& process, const KVGradient& gradient,
+                                             float lineWidth, const LGuiColorAlpha& lineColour,
                                              const KVBox& bounds) {
     if (!IsValid())
         return NoWriter(process);
@@ -350,10 +360,9 @@ LProcessResult KVRenderImagePDF::FillPoly(LProcessInterface& process, const KVGr
 }
 
 LProcessResult KVRenderImagePDF::DrawLine(LProcessInterface& process, float lineWidth,
-                                          const LGuiColorAlpha& lineColour,
-                                          KVLineCapStyle startCap, KVLineCapStyle endCap,
-                                          LLineDashStyle dash, float x1, float y1, float x2,
-                                          float y2) {
+                                          const LGuiColorAlpha& lineColour, KVLineCapStyle startCap,
+                                          KVLineCapStyle endCap, LLineDashStyle dash, float x1,
+                                          float y1, float x2, float y2) {
     if (!IsValid())
         return NoWriter(process);
     LPaintContext& c = writer->context;
@@ -430,8 +439,8 @@ LProcessResult KVRenderImagePDF::EraserStroke(LProcessInterface& process,
 }
 
 LProcessResult KVRenderImagePDF::DrawPath(LProcessInterface& process, KVBrushType brushType,
-                                          KVSegments segments, const LLineStyle& style,
-                                          float width, LGuiColorAlpha colour, const KVBox& bounds,
+                                          KVSegments segments, const LLineStyle& style, float width,
+                                          LGuiColorAlpha colour, const KVBox& bounds,
                                           unsigned char blurRadius, const KVPressure* pressure) {
     return Rasterise(process, [&](KVRenderImage& r) {
         return r.DrawPath(process, brushType, segments, style, width, colour, bounds, blurRadius,
@@ -439,76 +448,185 @@ LProcessResult KVRenderImagePDF::DrawPath(LProcessInterface& process, KVBrushTyp
     });
 }
 
-LProcessResult KVRenderImagePDF::DrawPolyShadow(LProcessInterface& process, KVPoint* points, unsigned long pointCount, const KVBox& bounds, float lineWidth, bool hasFill, const KVDropShadow& shadow) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.DrawPolyShadow(process, points, pointCount, bounds, lineWidth, hasFill, shadow); });
+LProcessResult KVRenderImagePDF::DrawPolyShadow(LProcessInterface& process, KVPoint* points,
+                                                unsigned long pointCount, const KVBox& bounds,
+                                                float lineWidth, bool hasFill,
+                                                const KVDropShadow& shadow) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.DrawPolyShadow(process, points, pointCount, bounds, lineWidth, hasFill, shadow);
+    });
 }
 
-LProcessResult KVRenderImagePDF::DrawPolyBevelEmboss(LProcessInterface& process, float lineWidth, const LGuiColorAlpha& lineColour, KVPoint* points, unsigned long pointCount, const KVBox& bounds, const KVBevelEmboss& bevel) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.DrawPolyBevelEmboss(process, lineWidth, lineColour, points, pointCount, bounds, bevel); });
+LProcessResult KVRenderImagePDF::DrawPolyBevelEmboss(LProcessInterface& process, float lineWidth,
+                                                     const LGuiColorAlpha& lineColour,
+                                                     KVPoint* points, unsigned long pointCount,
+                                                     const KVBox& bounds,
+                                                     const KVBevelEmboss& bevel) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.DrawPolyBevelEmboss(process, lineWidth, lineColour, points, pointCount, bounds,
+                                     bevel);
+    });
 }
 
-LProcessResult KVRenderImagePDF::FillPolyBevelEmboss(LProcessInterface& process, float lineWidth, const LGuiColorAlpha& lineColour, const LGuiColorAlpha& fillColour, KVPoint* points, unsigned long pointCount, const KVBox& bounds, const KVBevelEmboss& bevel) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.FillPolyBevelEmboss(process, lineWidth, lineColour, fillColour, points, pointCount, bounds, bevel); });
+LProcessResult KVRenderImagePDF::FillPolyBevelEmboss(LProcessInterface& process, float lineWidth,
+                                                     const LGuiColorAlpha& lineColour,
+                                                     const LGuiColorAlpha& fillColour,
+                                                     KVPoint* points, unsigned long pointCount,
+                                                     const KVBox& bounds,
+                                                     const KVBevelEmboss& bevel) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.FillPolyBevelEmboss(process, lineWidth, lineColour, fillColour, points, pointCount,
+                                     bounds, bevel);
+    });
 }
 
-LProcessResult KVRenderImagePDF::FillPolyBevelEmboss(LProcessInterface& process, const KVGradient& gradient, float lineWidth, const LGuiColorAlpha& lineColour, KVPoint* points, unsigned long pointCount, const KVBox& bounds, const KVBevelEmboss& bevel) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.FillPolyBevelEmboss(process, gradient, lineWidth, lineColour, points, pointCount, bounds, bevel); });
+LProcessResult KVRenderImagePDF::FillPolyBevelEmboss(LProcessInterface& process,
+                                                     const KVGradient& gradient, float lineWidth,
+                                                     const LGuiColorAlpha& lineColour,
+                                                     KVPoint* points, unsigned long pointCount,
+                                                     const KVBox& bounds,
+                                                     const KVBevelEmboss& bevel) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.FillPolyBevelEmboss(process, gradient, lineWidth, lineColour, points, pointCount,
+                                     bounds, bevel);
+    });
 }
 
-LProcessResult KVRenderImagePDF::DrawEllipseShadow(LProcessInterface& process, const KVBox& bounds, float lineWidth, bool hasFill, const KVDropShadow& shadow) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.DrawEllipseShadow(process, bounds, lineWidth, hasFill, shadow); });
+LProcessResult KVRenderImagePDF::DrawEllipseShadow(LProcessInterface& process, const KVBox& bounds,
+                                                   float lineWidth, bool hasFill,
+                                                   const KVDropShadow& shadow) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.DrawEllipseShadow(process, bounds, lineWidth, hasFill, shadow);
+    });
 }
 
-LProcessResult KVRenderImagePDF::DrawEllipseBevelEmboss(LProcessInterface& process, float lineWidth, const LGuiColorAlpha& lineColour, const KVBox& bounds, const KVBevelEmboss& bevel) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.DrawEllipseBevelEmboss(process, lineWidth, lineColour, bounds, bevel); });
+LProcessResult KVRenderImagePDF::DrawEllipseBevelEmboss(LProcessInterface& process, float lineWidth,
+                                                        const LGuiColorAlpha& lineColour,
+                                                        const KVBox& bounds,
+                                                        const KVBevelEmboss& bevel) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.DrawEllipseBevelEmboss(process, lineWidth, lineColour, bounds, bevel);
+    });
 }
 
-LProcessResult KVRenderImagePDF::FillEllipseBevelEmboss(LProcessInterface& process, float lineWidth, const LGuiColorAlpha& lineColour, const LGuiColorAlpha& fillColour, const KVBox& bounds, const KVBevelEmboss& bevel) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.FillEllipseBevelEmboss(process, lineWidth, lineColour, fillColour, bounds, bevel); });
+LProcessResult KVRenderImagePDF::FillEllipseBevelEmboss(LProcessInterface& process, float lineWidth,
+                                                        const LGuiColorAlpha& lineColour,
+                                                        const LGuiColorAlpha& fillColour,
+                                                        const KVBox& bounds,
+                                                        const KVBevelEmboss& bevel) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.FillEllipseBevelEmboss(process, lineWidth, lineColour, fillColour, bounds, bevel);
+    });
 }
 
-LProcessResult KVRenderImagePDF::FillEllipseBevelEmboss(LProcessInterface& process, const KVGradient& gradient, float lineWidth, const LGuiColorAlpha& lineColour, const KVBox& bounds, const KVBevelEmboss& bevel) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.FillEllipseBevelEmboss(process, gradient, lineWidth, lineColour, bounds, bevel); });
+LProcessResult KVRenderImagePDF::FillEllipseBevelEmboss(LProcessInterface& process,
+                                                        const KVGradient& gradient, float lineWidth,
+                                                        const LGuiColorAlpha& lineColour,
+                                                        const KVBox& bounds,
+                                                        const KVBevelEmboss& bevel) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.FillEllipseBevelEmboss(process, gradient, lineWidth, lineColour, bounds, bevel);
+    });
 }
 
-LProcessResult KVRenderImagePDF::DrawRectShadow(LProcessInterface& process, const KVBox& bounds, float lineWidth, bool hasFill, const KVDropShadow& shadow) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.DrawRectShadow(process, bounds, lineWidth, hasFill, shadow); });
+LProcessResult KVRenderImagePDF::DrawRectShadow(LProcessInterface& process, const KVBox& bounds,
+                                                float lineWidth, bool hasFill,
+                                                const KVDropShadow& shadow) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.DrawRectShadow(process, bounds, lineWidth, hasFill, shadow);
+    });
 }
 
-LProcessResult KVRenderImagePDF::DrawRectBevelEmboss(LProcessInterface& process, float lineWidth, const LGuiColorAlpha& lineColour, const KVBox& bounds, const KVBevelEmboss& bevel) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.DrawRectBevelEmboss(process, lineWidth, lineColour, bounds, bevel); });
+LProcessResult KVRenderImagePDF::DrawRectBevelEmboss(LProcessInterface& process, float lineWidth,
+                                                     const LGuiColorAlpha& lineColour,
+                                                     const KVBox& bounds,
+                                                     const KVBevelEmboss& bevel) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.DrawRectBevelEmboss(process, lineWidth, lineColour, bounds, bevel);
+    });
 }
 
-LProcessResult KVRenderImagePDF::FillRectBevelEmboss(LProcessInterface& process, float lineWidth, const LGuiColorAlpha& lineColour, const LGuiColorAlpha& fillColour, const KVBox& bounds, const KVBevelEmboss& bevel) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.FillRectBevelEmboss(process, lineWidth, lineColour, fillColour, bounds, bevel); });
+LProcessResult KVRenderImagePDF::FillRectBevelEmboss(LProcessInterface& process, float lineWidth,
+                                                     const LGuiColorAlpha& lineColour,
+                                                     const LGuiColorAlpha& fillColour,
+                                                     const KVBox& bounds,
+                                                     const KVBevelEmboss& bevel) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.FillRectBevelEmboss(process, lineWidth, lineColour, fillColour, bounds, bevel);
+    });
 }
 
-LProcessResult KVRenderImagePDF::FillRectBevelEmboss(LProcessInterface& process, const KVGradient& gradient, float lineWidth, const LGuiColorAlpha& lineColour, const KVBox& bounds, const KVBevelEmboss& bevel) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.FillRectBevelEmboss(process, gradient, lineWidth, lineColour, bounds, bevel); });
+LProcessResult KVRenderImagePDF::FillRectBevelEmboss(LProcessInterface& process,
+                                                     const KVGradient& gradient, float lineWidth,
+                                                     const LGuiColorAlpha& lineColour,
+                                                     const KVBox& bounds,
+                                                     const KVBevelEmboss& bevel) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.FillRectBevelEmboss(process, gradient, lineWidth, lineColour, bounds, bevel);
+    });
 }
 
-LProcessResult KVRenderImagePDF::DrawPathShadow(LProcessInterface& process, KVBrushType brushType, KVSegments segments, float width, bool hasFill, const KVDropShadow& shadow, const KVBox& bounds, const KVPressure* pressure) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.DrawPathShadow(process, brushType, segments, width, hasFill, shadow, bounds, pressure); });
+LProcessResult KVRenderImagePDF::DrawPathShadow(LProcessInterface& process, KVBrushType brushType,
+                                                KVSegments segments, float width, bool hasFill,
+                                                const KVDropShadow& shadow, const KVBox& bounds,
+                                                const KVPressure* pressure) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.DrawPathShadow(process, brushType, segments, width, hasFill, shadow, bounds,
+                                pressure);
+    });
 }
 
-LProcessResult KVRenderImagePDF::DrawPathBevelEmboss(LProcessInterface& process, KVBrushType brushType, KVSegments segments, float width, LGuiColor colour, const KVBevelEmboss& bevel, const KVBox& bounds, const KVPressure* pressure) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.DrawPathBevelEmboss(process, brushType, segments, width, colour, bevel, bounds, pressure); });
+LProcessResult KVRenderImagePDF::DrawPathBevelEmboss(
+    LProcessInterface& process, KVBrushType brushType, KVSegments segments, float width,
+    LGuiColor colour, const KVBevelEmboss& bevel, const KVBox& bounds, const KVPressure* pressure) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.DrawPathBevelEmboss(process, brushType, segments, width, colour, bevel, bounds,
+                                     pressure);
+    });
 }
 
-LProcessResult KVRenderImagePDF::FillPathBevelEmboss(LProcessInterface& process, KVBrushType brushType, KVSegments segments, float width, LGuiColor lineColour, LGuiColorAlpha fillColour, const KVBox& bounds, const KVBevelEmboss& bevel, const KVPressure* pressure) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.FillPathBevelEmboss(process, brushType, segments, width, lineColour, fillColour, bounds, bevel, pressure); });
+LProcessResult KVRenderImagePDF::FillPathBevelEmboss(LProcessInterface& process,
+                                                     KVBrushType brushType, KVSegments segments,
+                                                     float width, LGuiColor lineColour,
+                                                     LGuiColorAlpha fillColour, const KVBox& bounds,
+                                                     const KVBevelEmboss& bevel,
+                                                     const KVPressure* pressure) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.FillPathBevelEmboss(process, brushType, segments, width, lineColour, fillColour,
+                                     bounds, bevel, pressure);
+    });
 }
 
-LProcessResult KVRenderImagePDF::FillPathBevelEmboss(LProcessInterface& process, KVBrushType brushType, KVSegments segments, float width, LGuiColor lineColour, const KVGradient& gradient, const KVBox& bounds, const KVBevelEmboss& bevel, const KVPressure* pressure) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.FillPathBevelEmboss(process, brushType, segments, width, lineColour, gradient, bounds, bevel, pressure); });
+LProcessResult
+KVRenderImagePDF::FillPathBevelEmboss(LProcessInterface& process, KVBrushType brushType,
+                                      KVSegments segments, float width, LGuiColor lineColour,
+                                      const KVGradient& gradient, const KVBox& bounds,
+                                      const KVBevelEmboss& bevel, const KVPressure* pressure) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.FillPathBevelEmboss(process, brushType, segments, width, lineColour, gradient,
+                                     bounds, bevel, pressure);
+    });
 }
 
-LProcessResult KVRenderImagePDF::DrawTextShadow(LProcessInterface& process, const char* text, unsigned long size, bool bold, bool italic, bool underline, const char* face, LAlignmentX align, KVBox box, const KVDropShadow& shadow) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.DrawTextShadow(process, text, size, bold, italic, underline, face, align, box, shadow); });
+LProcessResult KVRenderImagePDF::DrawTextShadow(LProcessInterface& process, const char* text,
+                                                unsigned long size, bool bold, bool italic,
+                                                bool underline, const char* face, LAlignmentX align,
+                                                KVBox box, const KVDropShadow& shadow) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.DrawTextShadow(process, text, size, bold, italic, underline, face, align, box,
+                                shadow);
+    });
 }
 
-LProcessResult KVRenderImagePDF::DrawTextBevelEmboss(LProcessInterface& process, const char* text, unsigned long size, bool bold, bool italic, bool underline, const char* face, LAlignmentX align, KVBox box, const KVBevelEmboss& bevel) {
-    return Rasterise(process, [&](KVRenderImage& r) { return r.DrawTextBevelEmboss(process, text, size, bold, italic, underline, face, align, box, bevel); });
+LProcessResult KVRenderImagePDF::DrawTextBevelEmboss(LProcessInterface& process, const char* text,
+                                                     unsigned long size, bool bold, bool italic,
+                                                     bool underline, const char* face,
+                                                     LAlignmentX align, KVBox box,
+                                                     const KVBevelEmboss& bevel) {
+    return Rasterise(process, [&](KVRenderImage& r) {
+        return r.DrawTextBevelEmboss(process, text, size, bold, italic, underline, face, align, box,
+                                     bevel);
+    });
 }
 
 // ---------------------------------------------------------------- text
@@ -553,7 +671,8 @@ LProcessResult Process(LProcessInterface& process, KVProjectPDFSave& save) {
     if (LProcessResult r = Process(process, render))
         return r;
     if (!target->SaveAsFile(save.path)) {
-        process.SetError(LFile::ErrorText("The PDF file could not be written.", save.path, errno).c_str());
+        process.SetError(
+            LFile::ErrorText("The PDF file could not be written.", save.path, errno).c_str());
         return LProcessResultError;
     }
     return LProcessResultOk;

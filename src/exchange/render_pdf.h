@@ -71,8 +71,8 @@ public:
                             const LGuiColorAlpha& lineColour, const LGuiColorAlpha& fillColour,
                             KVPoint* points, unsigned long pointCount,
                             const KVBox& bounds) override;
-    LProcessResult FillPoly(LProcessInterface& process, const KVGradient& gradient,
-                            float lineWidth, const LGuiColorAlpha& lineColour, KVPoint* points,
+    LProcessResult FillPoly(LProcessInterface& process, const KVGradient& gradient, float lineWidth,
+                            const LGuiColorAlpha& lineColour, KVPoint* points,
                             unsigned long pointCount, const KVBox& bounds) override;
     LProcessResult DrawPolyShadow(LProcessInterface& process, KVPoint* points,
                                   unsigned long pointCount, const KVBox& bounds, float lineWidth,
@@ -118,12 +118,10 @@ public:
     LProcessResult FillRect(LProcessInterface& process, float lineWidth,
                             const LGuiColorAlpha& lineColour, const LGuiColorAlpha& fillColour,
                             const KVBox& bounds) override;
-    LProcessResult FillRect(LProcessInterface& process, const KVGradient& gradient,
-                            float lineWidth, const LGuiColorAlpha& lineColour,
-                            const KVBox& bounds) override;
-    LProcessResult DrawRectShadow(LProcessInterface& process, const KVBox& bounds,
-                                  float lineWidth, bool hasFill,
-                                  const KVDropShadow& shadow) override;
+    LProcessResult FillRect(LProcessInterface& process, const KVGradient& gradient, float lineWidth,
+                            const LGuiColorAlpha& lineColour, const KVBox& bounds) override;
+    LProcessResult DrawRectShadow(LProcessInterface& process, const KVBox& bounds, float lineWidth,
+                                  bool hasFill, const KVDropShadow& shadow) override;
     LProcessResult DrawRectBevelEmboss(LProcessInterface& process, float lineWidth,
                                        const LGuiColorAlpha& lineColour, const KVBox& bounds,
                                        const KVBevelEmboss& bevel) override;
@@ -142,9 +140,9 @@ public:
 
     bool FastFillPath(const LGraphicsPath& path, const LGuiColorAlpha& colour) override;
 
-    LProcessResult DrawPath(LProcessInterface& process, KVBrushType brushType,
-                            KVSegments segments, const LLineStyle& style, float width,
-                            LGuiColorAlpha colour, const KVBox& bounds, unsigned char blurRadius,
+    LProcessResult DrawPath(LProcessInterface& process, KVBrushType brushType, KVSegments segments,
+                            const LLineStyle& style, float width, LGuiColorAlpha colour,
+                            const KVBox& bounds, unsigned char blurRadius,
                             const KVPressure* pressure) override;
     LProcessResult FillPath(LProcessInterface& process, KVSegments segments, float lineWidth,
                             LGuiColor lineColour, LGuiColorAlpha fillColour) override;
@@ -176,9 +174,9 @@ public:
     LProcessResult DrawText(LProcessInterface& process, const char* text, unsigned long size,
                             bool bold, bool italic, bool underline, const char* face,
                             LAlignmentX align, LGuiColorAlpha colour, KVBox box) override;
-    LProcessResult DrawTextShadow(LProcessInterface& process, const char* text,
-                                  unsigned long size, bool bold, bool italic, bool underline,
-                                  const char* face, LAlignmentX align, KVBox box,
+    LProcessResult DrawTextShadow(LProcessInterface& process, const char* text, unsigned long size,
+                                  bool bold, bool italic, bool underline, const char* face,
+                                  LAlignmentX align, KVBox box,
                                   const KVDropShadow& shadow) override;
     LProcessResult DrawTextBevelEmboss(LProcessInterface& process, const char* text,
                                        unsigned long size, bool bold, bool italic, bool underline,
@@ -188,8 +186,7 @@ public:
 private:
     // Runs `draw` on a transparent raster target of the page's size and
     // places what it painted, cut to the pixels it covers.
-    template <class Draw>
-    LProcessResult Rasterise(LProcessInterface& process, Draw&& draw);
+    template <class Draw> LProcessResult Rasterise(LProcessInterface& process, Draw&& draw);
     // The covered part of a page-sized picture, placed where it lies.
     void PlaceCovered(const LImageBuffer& picture);
     LProcessResult NoWriter(LProcessInterface& process);

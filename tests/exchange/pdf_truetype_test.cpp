@@ -76,7 +76,8 @@ struct Loaded {
 Loaded Load(const std::string& bytes) {
     Loaded r;
     LPDFTrueTypeFont font;
-    r.loaded = font.LoadFontData(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    r.loaded =
+        font.LoadFontData(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
     r.named = r.loaded && font.GetFontFamilyName(r.family);
     return r;
 }
@@ -96,12 +97,14 @@ TEST(TrueTypeTest, FontsOfEveryShapeGiveTheirFamilyOrNone) {
         std::string family;
     } cases[] = {
         {"a plain font", Font({{"name", name}}), true, true, "Korvane Sans"},
-        {"a collection reads its first font", Collection(Font({{"name", name}}, 16)), true, true, "Korvane Sans"},
+        {"a collection reads its first font", Collection(Font({{"name", name}}, 16)), true, true,
+         "Korvane Sans"},
         {"a collection pointing past its data", Collection("", 4000), false, false, ""},
         {"the name table behind the 32nd", Font(many), true, false, ""},
         {"a table beyond the data", badOffset, false, false, ""},
         {"platform 2 only", Font({{"name", NameTable({{2, 1, "ISO"}})}}), true, false, ""},
-        {"the Macintosh name, a byte a character", Font({{"name", NameTable({{1, 1, "Mac\xe9"}})}}), true, true, "Mac\xc3\xa9"},
+        {"the Macintosh name, a byte a character", Font({{"name", NameTable({{1, 1, "Mac\xe9"}})}}),
+         true, true, "Mac\xc3\xa9"},
         {"cut short", Font({{"name", name}}).substr(0, 30), false, false, ""},
         {"no font at all", "", false, false, ""},
     };
@@ -139,7 +142,8 @@ std::string FcFamily(const std::string& path) {
 
 // Shifts every table of a font by the collection header put before it.
 std::string AsCollection(std::string font) {
-    const size_t count = static_cast<unsigned char>(font[4]) << 8 | static_cast<unsigned char>(font[5]);
+    const size_t count =
+        static_cast<unsigned char>(font[4]) << 8 | static_cast<unsigned char>(font[5]);
     for (size_t i = 0; i < count; ++i) {
         const size_t at = 12 + 16 * i + 8;
         unsigned long offset = 0;

@@ -10,10 +10,10 @@
 #include <sstream>
 
 #include "render/render_image_buffer.h"
-#include "target/draw_path.h"
 #include "support/render_scenes.h"
 #include "support/svg_oracle.h"
 #include "support/temp_dir.h"
+#include "target/draw_path.h"
 
 namespace {
 
@@ -34,8 +34,10 @@ void CheckFile(const std::string& path, int w, int h) {
     EXPECT_EQ(std::system(("qpdf --check '" + path + "' >/dev/null").c_str()), 0);
     const std::string info = Output("pdfinfo '" + path + "'");
     EXPECT_NE(info.find("Pages:           1\n"), std::string::npos) << info;
-    EXPECT_NE(info.find("Page size:       " + std::to_string(w) + " x " + std::to_string(h) + " pts"),
-              std::string::npos) << info;
+    EXPECT_NE(
+        info.find("Page size:       " + std::to_string(w) + " x " + std::to_string(h) + " pts"),
+        std::string::npos)
+        << info;
     EXPECT_NE(info.find("Title:           Tolmar PDF File\n"), std::string::npos) << info;
     EXPECT_NE(info.find("Creator:         Tolmar Software\n"), std::string::npos) << info;
 }
@@ -44,15 +46,18 @@ void CheckFile(const std::string& path, int w, int h) {
 kvtest::PictureDifference CompareWithRaster(const std::string& path, KVRenderImageBuffer& raster,
                                             const char* name) {
     const std::string png = path + ".png";
-    EXPECT_EQ(std::system(("pdftoppm -r 72 -png -singlefile '" + path + "' '" + path + "'").c_str()), 0);
+    EXPECT_EQ(
+        std::system(("pdftoppm -r 72 -png -singlefile '" + path + "' '" + path + "'").c_str()), 0);
     cairo_surface_t* theirs = cairo_image_surface_create_from_png(png.c_str());
     LImageBuffer& ours = raster.GetImage();
     cairo_surface_t* mine = cairo_image_surface_create_for_data(
         ours.GetData(), CAIRO_FORMAT_ARGB32, ours.width, ours.height, ours.stride);
     const kvtest::PictureDifference d = kvtest::ComparePictures(mine, theirs);
     if (const char* keep = std::getenv("KV_PAINT_ORACLE_OUTPUT")) {
-        cairo_surface_write_to_png(mine, (std::string(keep) + "/pdf-" + name + "-ours.png").c_str());
-        cairo_surface_write_to_png(theirs, (std::string(keep) + "/pdf-" + name + "-poppler.png").c_str());
+        cairo_surface_write_to_png(mine,
+                                   (std::string(keep) + "/pdf-" + name + "-ours.png").c_str());
+        cairo_surface_write_to_png(theirs,
+                                   (std::string(keep) + "/pdf-" + name + "-poppler.png").c_str());
     }
     cairo_surface_destroy(mine);
     cairo_surface_destroy(theirs);
@@ -83,7 +88,10 @@ TEST_P(PdfScene, IsASoundOnePageFileThatLooksAsTheRasterRender) {
         // The run lies over its picture at one step of alpha: there for a
         // reader, moving no pixel by more than a level.
         const std::string plain = path + ".qdf";
-        ASSERT_EQ(std::system(("qpdf --qdf --object-streams=disable '" + path + "' '" + plain + "'").c_str()), 0);
+        ASSERT_EQ(
+            std::system(
+                ("qpdf --qdf --object-streams=disable '" + path + "' '" + plain + "'").c_str()),
+            0);
         std::stringstream content;
         content << std::ifstream(plain, std::ios::binary).rdbuf();
         EXPECT_NE(content.str().find("/ca 0.00392157"), std::string::npos);
@@ -108,8 +116,8 @@ void DrawEffects(KVRenderImage& t) {
     t.EraserStroke(v, {});
     t.DrawRectShadow(v, box, 2, true, shadow);
     t.FillRect(v, 2, kvtest::kBlack, kvtest::kRed, box);
-    t.BeginOuterGlow(kvtest::kBlue, 6)->FillEllipse(v, 2, kvtest::kBlack, kvtest::kRed,
-                                                    KVBox(200, 30, 260, 90));
+    t.BeginOuterGlow(kvtest::kBlue, 6)
+        ->FillEllipse(v, 2, kvtest::kBlack, kvtest::kRed, KVBox(200, 30, 260, 90));
     t.FinishOuterGlow(v);
     LList<KVDrawCoordBezierSegment> segments;
     segments.PushBack(new KVDrawCoordBezierSegment({40, 150}, {80, 120}, {120, 180}, {160, 150}));
@@ -160,7 +168,8 @@ TEST(RenderPdfTest, WithNoTemporaryFileTheRenderFailsAndTheTargetIsUntouched) {
         void SetError(const char* message) override { error = message; }
         std::string error;
     } v;
-    EXPECT_EQ(pdf.FillRect(v, 1, kvtest::kBlack, kvtest::kRed, KVBox(0, 0, 10, 10)), LProcessResultError);
+    EXPECT_EQ(pdf.FillRect(v, 1, kvtest::kBlack, kvtest::kRed, KVBox(0, 0, 10, 10)),
+              LProcessResultError);
     EXPECT_EQ(v.error, KVRenderImagePDF::kNoWriterError);
     EXPECT_EQ(pdf.Clear(LPixelColour(255, 255, 255, 255)), LProcessResultError);
     EXPECT_FALSE(pdf.SaveAsFile(target.c_str()));
