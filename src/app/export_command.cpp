@@ -4,6 +4,7 @@
 
 #include "document/project.h"
 #include "exchange/file_types.h"
+#include "exchange/render_pdf.h"
 #include "exchange/render_svg.h"
 #include "foundation/file.h"
 #include "imaging/image_export.h"
@@ -95,20 +96,21 @@ LProcessResult KVExportFile(LProcessInterface& process, const char* output, cons
     switch (kind) {
     case KVExportKindRaster:
     case KVExportKindSVG:
+    case KVExportKindPDF:
         break;
     case KVExportKindProject:
         process.SetError("A project cannot be written by an export.");
         return LProcessResultError;
-    case KVExportKindPDF:
     case KVExportKindEPS:
-        process.SetError("PDF and EPS export are not available in this version.");
+        process.SetError("EPS export is not available in this version.");
         return LProcessResultError;
     default:
         process.SetError("The file type is not recognized.");
         return LProcessResultError;
     }
 
-    if (kind == KVExportKindSVG && KVGetExportKind(input) == KVExportKindProject) {
+    const bool vector = kind == KVExportKindSVG || kind == KVExportKindPDF;
+    if (vector && KVGetExportKind(input) == KVExportKindProject) {
         // A project goes into the file as the shapes it is made of.
         KVProject project;
         {
@@ -116,11 +118,14 @@ LProcessResult KVExportFile(LProcessInterface& process, const char* output, cons
             if (LProcessResult r = KVProjectFileLoad(loading, project, input))
                 return r;
         }
-        KVProjectSVGSave save{&project, output};
         LProcessInterfaceSubProcess writing(process, 0.3, 0.7);
+        if (kind == KVExportKindPDF) {
+            KVProjectPDFSave save{&project, output};
+            return Process(writing, save);
+        }
+        KVProjectSVGSave save{&project, output};
         return Process(writing, save);
     }
-
     LImageBuffer picture;
     LProcessResult result;
     {
@@ -137,6 +142,17 @@ LProcessResult KVExportFile(LProcessInterface& process, const char* output, cons
         LImageEncodeSettings settings;
         LProcessImageSaveFile save(picture, output, settings, 3000, nullptr);
         return Process(part, save);
+    }
+    if (kind == KVExportKindPDF) {
+        // A picture on a page of its size.
+        KVRenderImagePDF pdf(picture.width, picture.height);
+        if (LProcessResult r = pdf.DrawImage(part, picture, 0, 0, picture.width, picture.height))
+            return r;
+        if (!pdf.SaveAsFile(output)) {
+            part.SetError(LFile::ErrorText("The PDF file could not be written.", output, errno).c_str());
+            return LProcessResultError;
+        }
+        return LProcessResultOk;
     }
     return KVSaveRasterFile(part, picture, output);
 }

@@ -7,6 +7,7 @@
 
 #include "document/image_element.h"
 #include "exchange/file_types.h"
+#include "exchange/render_pdf.h"
 #include "exchange/render_svg.h"
 #include "foundation/app_paths.h"
 #include "foundation/string.h"
@@ -125,7 +126,8 @@ bool MainDialog::SaveAs(KVProject& project) {
     request.filters = {{"Korvane Project File (*.kvp)", "*.kvp"},
                        {"PNG Image (*.png)", "*.png"},
                        {"JPEG Image (*.jpg)", "*.jpg"},
-                       {"SVG Image (*.svg)", "*.svg"}};
+                       {"SVG Image (*.svg)", "*.svg"},
+                       {"PDF Document (*.pdf)", "*.pdf"}};
     std::string path = LFileDialog(this, request);
     if (path.empty())
         return false;
@@ -166,6 +168,13 @@ LProcessResult MainDialog::SaveFile(LProcessInterface* process, const char* path
         Change change(*this);
         KVProjectSVGSave save{currentProject, path};
         LProcessThreadData<KVProjectSVGSave> data(save);
+        r = Process(*process, data);
+        if (r == LProcessResultOk)
+            currentProject->MarkAsSaved();
+    } else if (kind == KVExportKindPDF) {
+        Change change(*this);
+        KVProjectPDFSave save{currentProject, path};
+        LProcessThreadData<KVProjectPDFSave> data(save);
         r = Process(*process, data);
         if (r == LProcessResultOk)
             currentProject->MarkAsSaved();

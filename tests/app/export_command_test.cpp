@@ -133,7 +133,7 @@ TEST_F(Korvane, FailuresGiveAMessageAndStatusOne) {
         {"out.png", "missing.png",
          "korvane: The file could not be found.\n{in}: No such file or directory\n"},
         {"out.gif", "in.png", "korvane: The file type is not recognized.\n"},
-        {"out.pdf", "in.png", "korvane: PDF and EPS export are not available in this version.\n"},
+        {"out.eps", "in.png", "korvane: EPS export is not available in this version.\n"},
         {"out.kvp", "in.png", "korvane: A project cannot be written by an export.\n"},
         {"out.bmp", "in.png", "korvane: The image could not be saved\n"},
         {"out.png", "broken.png", "korvane: The image could not be loaded.\n"},
@@ -198,6 +198,12 @@ TEST_F(Korvane, AProjectIsRenderedAsOnScreenAndSaved) {
     EXPECT_NE(text.find("<rect fill=\"rgb(255,0,0)\" fill-opacity=\"1.000\" height=\"10\""),
               std::string::npos) << text;
     EXPECT_EQ(std::system(("xmllint --noout --nonet " + Q("drawing.svg")).c_str()), 0);
+
+    // As PDF too: one page of 40 by 30 points that an outside checker passes.
+    const Outcome pdf = Start("--export " + Q("drawing.pdf") + " " + Q("drawing.kvp"));
+    ASSERT_EQ(pdf.status, 0) << pdf.err;
+    EXPECT_EQ(std::system(("qpdf --check " + Q("drawing.pdf") + " >/dev/null").c_str()), 0);
+    EXPECT_EQ(std::system(("pdfinfo " + Q("drawing.pdf") + " | grep -q '40 x 30 pts'").c_str()), 0);
 }
 
 TEST(KorvaneConsole, ProgressOnATerminalIsOneLineRewritten) {

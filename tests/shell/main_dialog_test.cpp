@@ -280,6 +280,15 @@ TEST_F(Editor, SaveAsWritesByExtensionAndOnlyAnExportUpdatesTheDefaults) {
     EXPECT_NE(svgText.find("fill=\"rgb(255,0,0)\""), std::string::npos);
     EXPECT_TRUE(alerts.empty());
 
+    // And as PDF, a page of the drawing's size.
+    fileAnswer = dir.File("drawing.pdf");
+    ASSERT_TRUE(dialog->CmSaveAs());
+    std::ifstream pdf(fileAnswer, std::ios::binary);
+    std::string pdfHead(5, '\0');
+    pdf.read(pdfHead.data(), 5);
+    EXPECT_EQ(pdfHead, "%PDF-");
+    EXPECT_TRUE(alerts.empty());
+
     // Extensions outside the table are refused with the alert.
     fileAnswer = dir.File("drawing.xyz");
     EXPECT_FALSE(dialog->CmSaveAs());
