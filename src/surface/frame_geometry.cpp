@@ -111,19 +111,22 @@ KVFrame KVFrameDrag::MoveTo(float x, float y) const {
     const Sides sides = SidesOf(handle);
     if (sides.x == 0 && sides.y == 0)
         return f;
-    // In the frame's own axes, about its centre at button down; the sides
-    // not dragged stay put, and a side dragged past them stops there.
+    // In the frame's own axes: the dragged sides go with the pointer from
+    // where it took hold, the others stay put, and a side dragged past the
+    // one opposite stops there.
     const LPointTemplate<float> p = KVRotatePoint({x, y}, start.x, start.y, -start.rotation);
+    const LPointTemplate<float> g = KVRotatePoint({grabX, grabY}, start.x, start.y, -start.rotation);
+    const float dx = p.x - g.x, dy = p.y - g.y;
     float left = start.x - start.width / 2, right = start.x + start.width / 2;
     float top = start.y - start.height / 2, bottom = start.y + start.height / 2;
     if (sides.x < 0)
-        left = std::min(p.x, right);
+        left = std::min(left + dx, right);
     if (sides.x > 0)
-        right = std::max(p.x, left);
+        right = std::max(right + dx, left);
     if (sides.y < 0)
-        top = std::min(p.y, bottom);
+        top = std::min(top + dy, bottom);
     if (sides.y > 0)
-        bottom = std::max(p.y, top);
+        bottom = std::max(bottom + dy, top);
     float w = right - left, h = bottom - top;
     if (keepAspect && std::isfinite(aspect) && aspect > 0) {
         if (sides.x == 0)

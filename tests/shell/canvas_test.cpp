@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 
 #include "document/freehand.h"
 #include "document/image_element.h"
@@ -243,6 +244,69 @@ TEST_F(Canvas, ALiveStrokeLiesWhereItsRenderLandsAtEachZoom) {
         ASSERT_GE(a.first, 0) << "the live stroke shows";
         EXPECT_NEAR(a.first, b.first, 2 * zoom) << zoom;
         EXPECT_NEAR(a.second, b.second, 2 * zoom) << zoom;
+    }
+}
+
+// The element's frame as a fresh widget of it sees it: what the document
+// holds, not what the canvas shows.
+KVFrame FrameOf(KVElement& element) {
+    std::unique_ptr<KVElementWidget> widget(element.GetWidget());
+    auto* frame = dynamic_cast<KVCanvasWidget*>(widget.get());
+    return frame ? frame->GetFrame() : KVFrame{};
+}
+
+TEST_F(Canvas, ASelectedElementMovesResizesAndTurnsByItsFrameInOneUndoStepEach) {
+    // Each shape is drawn from (100, 100) to (200, 150), so its frame is
+    // centred on (150, 125); its rotation handle is 20 units over its top.
+    struct Case {
+        unsigned tool;
+        std::vector<std::pair<float, float>> edit;
+        KVFrame change; // of centre and size; the rotation it ends at
+    } cases[] = {
+        {KVCmToolRectangle, {{150, 125}, {160, 130}, {170, 135}}, {20, 10, 0, 0, 0}},
+        {KVCmToolEllipse, {{200, 150}, {220, 160}, {240, 170}}, {20, 10, 40, 20, 0}},
+        {KVCmToolTriangle, {{100, 100}, {120, 110}, {140, 120}}, {20, 10, -40, -20, 0}},
+        {KVCmToolPolygon, {{150, 78}, {200, 100}, {251, 125}}, {0, 0, 0, 0, 90}},
+        // A line's end is its handle.
+        {KVCmToolLine, {{200, 150}, {220, 150}, {240, 150}}, {20, 0, 40, 0, 0}},
+        {KVCmToolPencil, {{150, 125}, {160, 125}, {170, 125}}, {20, 0, 0, 0, 0}},
+    };
+    for (const Case& c : cases) {
+        dialog.Command(c.tool);
+        if (c.tool == KVCmToolPencil)
+            Drag({{100, 100}, {150, 150}, {200, 100}, {150, 125}});
+        else
+            Drag({{100, 100}, {150, 125}, {200, 150}});
+        KVElement& element = *Last();
+        const KVFrame before = FrameOf(element);
+        dialog.Command(KVCmToolSelect);
+        if (!Surface().GetSelectedWidget())
+            Drag({{150, 125}}); // a stroke is not selected as it is drawn
+        ASSERT_NE(Surface().GetSelectedWidget(), nullptr) << element.GetName();
+        ASSERT_TRUE(kvtest::WaitFor([&] { return Surface().HasImage(); }));
+        const QImage drawn = Surface().GetDisplayedImage();
+        const unsigned long items = UndoItems();
+        Drag(c.edit);
+        EXPECT_EQ(UndoItems(), items + 1) << element.GetName();
+        const KVFrame after = FrameOf(element);
+        EXPECT_NEAR(after.x - before.x, c.change.x, 1.5f) << element.GetName();
+        EXPECT_NEAR(after.y - before.y, c.change.y, 1.5f) << element.GetName();
+        EXPECT_NEAR(after.width - before.width, c.change.width, 1.5f) << element.GetName();
+        EXPECT_NEAR(after.height - before.height, c.change.height, 1.5f) << element.GetName();
+        EXPECT_NEAR(after.rotation, c.change.rotation, 0.5f) << element.GetName();
+        EXPECT_TRUE(kvtest::WaitFor([&] { return Surface().GetDisplayedImage() != drawn; }))
+            << "the picture follows " << element.GetName();
+        dialog.Command(KVCmUndo);
+        EXPECT_NEAR(FrameOf(element).x, before.x, 0.01f) << element.GetName();
+        EXPECT_NEAR(FrameOf(element).width, before.width, 0.01f);
+        EXPECT_NEAR(FrameOf(element).rotation, before.rotation, 0.01f);
+        dialog.Command(KVCmRedo);
+        EXPECT_NEAR(FrameOf(element).x, after.x, 0.01f) << element.GetName();
+        EXPECT_NEAR(FrameOf(element).width, after.width, 0.01f);
+        // A click without a drag changes nothing.
+        const unsigned long done = UndoItems();
+        Drag({{after.x, after.y}});
+        EXPECT_EQ(UndoItems(), done) << element.GetName();
     }
 }
 

@@ -67,7 +67,9 @@ TEST(FrameGeometry, DragsFromEachHandle) {
         KVFrameDrag drag;
         const KVFrame frame = KVFrame::FromBox({100, 100, 200, 160});
         // Grabbed on the handle's own spot, or in the middle to move.
-        drag.Begin(frame, r.handle, 150, 130, r.keepAspect, 0);
+        const float gx[] = {150, 100, 200, 200, 100, 100, 150, 200, 150, 150};
+        const float gy[] = {130, 100, 100, 160, 160, 130, 100, 130, 160, 130};
+        drag.Begin(frame, r.handle, gx[r.handle], gy[r.handle], r.keepAspect, 0);
         const LBoundingBox2T<float> box = drag.MoveTo(r.toX, r.toY).GetBox();
         EXPECT_FLOAT_EQ(box.x1, r.box.x1) << r.handle;
         EXPECT_FLOAT_EQ(box.y1, r.box.y1) << r.handle;
@@ -82,7 +84,7 @@ TEST(FrameGeometry, TurnedFrameKeepsItsFixedCornerOnScreen) {
         return KVRotatePoint({f.x - f.width / 2, f.y - f.height / 2}, f.x, f.y, f.rotation);
     };
     KVFrameDrag drag;
-    drag.Begin(frame, KVHandleBottomRight, 0, 0, false, 0);
+    drag.Begin(frame, KVHandleBottomRight, 150, 130, false, 0);
     const KVFrame moved = drag.MoveTo(260, 260);
     EXPECT_NEAR(corner(moved).x, corner(frame).x, 1e-3);
     EXPECT_NEAR(corner(moved).y, corner(frame).y, 1e-3);
