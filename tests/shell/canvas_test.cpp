@@ -6,6 +6,7 @@
 
 #include <QTest>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -56,6 +57,11 @@ protected:
         for (size_t i = 1; i < trail.size(); ++i)
             QTest::mouseMove(view, At(trail[i].first, trail[i].second));
         QTest::mouseRelease(view, Qt::LeftButton, {}, At(trail.back().first, trail.back().second));
+    }
+    // With KV_CANVAS_SHOTS set, the view is saved there to be looked at.
+    void Shoot(const std::string& name) {
+        if (const char* folder = std::getenv("KV_CANVAS_SHOTS"))
+            Surface().viewport()->grab().save(QString("%1/%2.png").arg(folder, QString::fromStdString(name)));
     }
     KVElement* Last() { return Layer().GetElementList().GetLast(); }
     template <class E> auto Record() { return dynamic_cast<E&>(*Last()).GetProperties(); }
@@ -266,7 +272,7 @@ TEST_F(Canvas, ASelectedElementMovesResizesAndTurnsByItsFrameInOneUndoStepEach) 
         {KVCmToolRectangle, {{150, 125}, {160, 130}, {170, 135}}, {20, 10, 0, 0, 0}},
         {KVCmToolEllipse, {{200, 150}, {220, 160}, {240, 170}}, {20, 10, 40, 20, 0}},
         {KVCmToolTriangle, {{100, 100}, {120, 110}, {140, 120}}, {20, 10, -40, -20, 0}},
-        {KVCmToolPolygon, {{150, 78}, {200, 100}, {251, 125}}, {0, 0, 0, 0, 90}},
+        {KVCmToolPolygon, {{150, 78}, {200, 100}, {200, 125 - 50 * std::sqrt(3.0f)}}, {0, 0, 0, 0, 30}},
         // A line's end is its handle.
         {KVCmToolLine, {{200, 150}, {220, 150}, {240, 150}}, {20, 0, 40, 0, 0}},
         {KVCmToolPencil, {{150, 125}, {160, 125}, {170, 125}}, {20, 0, 0, 0, 0}},
@@ -296,6 +302,7 @@ TEST_F(Canvas, ASelectedElementMovesResizesAndTurnsByItsFrameInOneUndoStepEach) 
         EXPECT_NEAR(after.rotation, c.change.rotation, 0.5f) << element.GetName();
         EXPECT_TRUE(kvtest::WaitFor([&] { return Surface().GetDisplayedImage() != drawn; }))
             << "the picture follows " << element.GetName();
+        Shoot(std::string("frame-") + element.GetName());
         dialog.Command(KVCmUndo);
         EXPECT_NEAR(FrameOf(element).x, before.x, 0.01f) << element.GetName();
         EXPECT_NEAR(FrameOf(element).width, before.width, 0.01f);
@@ -307,6 +314,25 @@ TEST_F(Canvas, ASelectedElementMovesResizesAndTurnsByItsFrameInOneUndoStepEach) 
         const unsigned long done = UndoItems();
         Drag({{after.x, after.y}});
         EXPECT_EQ(UndoItems(), done) << element.GetName();
+    }
+    // All of them as a group: one drag moves every member, in one step.
+    dialog.Command(KVCmSelectAll);
+    KVCanvasWidget* group = Surface().GetSelectedWidget();
+    ASSERT_NE(group, nullptr);
+    ASSERT_NE(group->GetMembers(), nullptr);
+    std::vector<KVFrame> before;
+    for (KVElement& e : Layer().GetElementList())
+        before.push_back(FrameOf(e));
+    const unsigned long items = UndoItems();
+    const KVFrame g = group->GetFrame();
+    Drag({{g.x, g.y}, {g.x + 5, g.y + 5}, {g.x + 10, g.y + 10}});
+    Shoot("frame-group");
+    EXPECT_EQ(UndoItems(), items + 1);
+    size_t i = 0;
+    for (KVElement& e : Layer().GetElementList()) {
+        EXPECT_NEAR(FrameOf(e).x - before[i].x, 10, 1) << e.GetName();
+        EXPECT_NEAR(FrameOf(e).y - before[i].y, 10, 1) << e.GetName();
+        ++i;
     }
 }
 
