@@ -1,10 +1,13 @@
 #include "surface/canvas_widgets.h"
 
 #include <QPainter>
+#include <QPainterPath>
 #include <QPen>
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <vector>
 
 #include "document/freehand.h"
 #include "document/shapes.h"
@@ -104,16 +107,25 @@ private:
 // Keeps a shape's rotation and corner or sides as they are.
 class ShapeWidget : public KVCanvasWidget, public KVShapeWidgetGeometry {
 public:
-    ShapeWidget(KVElement* element, const KVBoxShapeProperties& p, int border)
-        : KVCanvasWidget(element, p.bounds, static_cast<float>(border), true, p.rotation) {}
+    ShapeWidget(KVElement* element, const char* kind, const KVBoxShapeProperties& p, int border,
+                int cornerOrSides)
+        : KVCanvasWidget(element, p.bounds, static_cast<float>(border), true, p.rotation), kind(kind),
+          cornerOrSides(cornerOrSides) {}
     float GetRotation() const override { return frame.rotation; }
+
+protected:
+    QPainterPath GetOutline(const QRectF& box) const override { return KVShapeOutline(kind, cornerOrSides, box); }
+
+private:
+    const char* kind;
+    int cornerOrSides;
 };
 
 class Factories : public KVShapeWidgetFactory, public KVPathWidgetFactory {
 public:
-    KVElementWidget* MakeBoxShapeWidget(KVElement* element, const char*, const KVBoxShapeProperties& p,
-                                        int border, int) override {
-        return new ShapeWidget(element, p, border);
+    KVElementWidget* MakeBoxShapeWidget(KVElement* element, const char* kind, const KVBoxShapeProperties& p,
+                                        int border, int cornerOrSides) override {
+        return new ShapeWidget(element, kind, p, border, cornerOrSides);
     }
     KVElementWidget* MakeLineWidget(KVElement* element, const KVLineElementProperties& p) override {
         return new LineWidget(element, p);
@@ -178,7 +190,12 @@ void KVCanvasWidget::Draw(QPainter& painter, float originX, float originY, float
         painter.restore();
         return;
     }
-    // While dragging the outline is the live shape: light under dark dashes.
+    if (dragging) {
+        // The shape as it will land, before the element takes it over.
+        const float w = frame.width / 2 * zoom, h = frame.height / 2 * zoom;
+        painter.setPen(QPen(QColor(0, 90, 200), 1));
+        painter.drawPath(GetOutline(QRectF(-w, -h, 2 * w, 2 * h)));
+    }
     painter.setPen(QPen(Qt::white, std::max(zoom, 1.0f)));
     painter.drawRect(shown);
     painter.setPen(QPen(Qt::black, std::max(zoom, 1.0f), dragging ? Qt::DashLine : Qt::SolidLine));
@@ -301,6 +318,38 @@ void KVMultiSelectWidget::Draw(QPainter& painter, float originX, float originY, 
     for (const KVElementWidget& w : members)
         static_cast<const KVCanvasWidget&>(w).Draw(painter, originX, originY, zoom, deviceRatio, true);
     KVCanvasWidget::Draw(painter, originX, originY, zoom, deviceRatio, hover);
+}
+
+QPainterPath KVShapeOutline(const char* kind, int cornerOrSides, const QRectF& box) {
+    QPainterPath outline;
+    const bool triangle = std::strcmp(kind, "triangle") == 0;
+    if (std::strcmp(kind, "ellipse") == 0) {
+        outline.addEllipse(box);
+    } else if (triangle || std::strcmp(kind, "polygon") == 0) {
+        std::vector<LPointTemplate<float>> points;
+        const LBoundingBox2T<float> b(static_cast<float>(box.left()), static_cast<float>(box.top()),
+                                      static_cast<float>(box.right()), static_cast<float>(box.bottom()));
+        if (triangle) {
+            KVTriangleElementProperties t;
+            t.corner = cornerOrSides;
+            t.SetBounds(b);
+            LPointTemplate<float> abc[3];
+            t.GetPoints(abc);
+            points.assign(abc, abc + 3);
+        } else {
+            KVPolygonElementProperties poly;
+            poly.sides = cornerOrSides;
+            poly.SetBounds(b);
+            for (unsigned long i = 0; i < poly.vertices.GetCount(); ++i)
+                points.push_back(poly.vertices[i]);
+        }
+        for (size_t i = 0; i < points.size(); ++i)
+            i == 0 ? outline.moveTo(points[i].x, points[i].y) : outline.lineTo(points[i].x, points[i].y);
+        outline.closeSubpath();
+    } else {
+        outline.addRect(box);
+    }
+    return outline;
 }
 
 void KVInstallCanvasWidgetFactories() {

@@ -1,7 +1,10 @@
 #pragma once
-// The canvas's stand-ins for elements until the on-canvas frames come: each
-// knows its element and the box the element's Update reads, can be hit and
-// moved, and draws as a plain outline. A group holds a multiple selection.
+// The on-canvas frames of elements: each knows its element and keeps its own
+// copy of the element's box and rotation, which the handles move, resize and
+// turn; the element takes the copy over when a drag ends. A group holds a
+// multiple selection and resizes its members with it.
+
+#include <QPainterPath>
 
 #include <vector>
 
@@ -51,6 +54,8 @@ public:
                       bool hover) const;
 
 protected:
+    // The shape within `box`, in the frame's own axes, for the live preview.
+    virtual QPainterPath GetOutline(const QRectF&) const { return {}; }
     // Called as a drag starts, with `drag` set.
     virtual void DragStarted() {}
 
@@ -111,6 +116,10 @@ public:
 private:
     LPointTemplate<float> start, end;
 };
+
+// The outline of a shape of element kind `kind` filling `box`: a triangle
+// takes its corner, a polygon its sides.
+QPainterPath KVShapeOutline(const char* kind, int cornerOrSides, const QRectF& box);
 
 // Makes the document's shapes and strokes hand out these widgets.
 void KVInstallCanvasWidgetFactories();

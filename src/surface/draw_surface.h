@@ -175,6 +175,7 @@ private:
     // Starts a drag of the selected frame from the handle at (x, y), in
     // image space; false when the point is on none.
     bool BeginWidgetDrag(float x, float y, Qt::KeyboardModifiers keys);
+    static Qt::CursorShape HandleCursor(int handle, float rotation);
     void FinishRubberBand();
     QPoint DevicePoint(QPointF logical) const;
     void PaintShapePreview(QPainter& painter, const QRectF& box) const;

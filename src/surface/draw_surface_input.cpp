@@ -267,6 +267,9 @@ void KVDrawSurface::EvMouseMove(int x, int y, Qt::KeyboardModifiers, bool button
             viewport()->update();
             return;
         }
+        if (selectedWidget && !buttonHeld)
+            viewport()->setCursor(HandleCursor(selectedWidget->WhichHandle(ix, iy, 1 / zoomRatio),
+                                               selectedWidget->GetFrame().rotation));
         const bool inside = x >= 0 && y >= 0 && x <= GetControlWidth() && y <= GetControlHeight();
         KVCanvasWidget* hover = inside && !buttonHeld ? FindWidgetAt(ix, iy, selectedWidget) : nullptr;
         if (hover != hoverWidget) {
@@ -462,6 +465,24 @@ void KVDrawSurface::SetImageCursor() {
 
 // ---------------------------------------------------------------------------
 // Widgets and selection
+
+// The resize arrows turn with the frame, a quarter turn at a time.
+Qt::CursorShape KVDrawSurface::HandleCursor(int handle, float rotation) {
+    const bool odd = static_cast<int>(std::lround((rotation + 360) / 90)) % 2 != 0;
+    switch (handle) {
+    case KVHandleTopLeft:
+    case KVHandleBottomRight: return odd ? Qt::SizeBDiagCursor : Qt::SizeFDiagCursor;
+    case KVHandleTopRight:
+    case KVHandleBottomLeft: return odd ? Qt::SizeFDiagCursor : Qt::SizeBDiagCursor;
+    case KVHandleLeft:
+    case KVHandleRight: return odd ? Qt::SizeVerCursor : Qt::SizeHorCursor;
+    case KVHandleTop:
+    case KVHandleBottom: return odd ? Qt::SizeHorCursor : Qt::SizeVerCursor;
+    case KVHandleInside: return Qt::SizeAllCursor;
+    case KVHandleRotation: return Qt::PointingHandCursor;
+    default: return Qt::ArrowCursor;
+    }
+}
 
 bool KVDrawSurface::BeginWidgetDrag(float x, float y, Qt::KeyboardModifiers keys) {
     if (!selectedWidget || dynamic_cast<KVSelectionDragWidget*>(selectedWidget))

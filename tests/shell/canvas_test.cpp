@@ -292,6 +292,8 @@ TEST_F(Canvas, ASelectedElementMovesResizesAndTurnsByItsFrameInOneUndoStepEach) 
         ASSERT_TRUE(kvtest::WaitFor([&] { return Surface().HasImage(); }));
         const QImage drawn = Surface().GetDisplayedImage();
         const unsigned long items = UndoItems();
+        QTest::mouseMove(Surface().viewport(), At(c.edit[0].first, c.edit[0].second));
+        EXPECT_NE(Surface().viewport()->cursor().shape(), Qt::ArrowCursor) << "the pointer shows the handle";
         Drag(c.edit);
         EXPECT_EQ(UndoItems(), items + 1) << element.GetName();
         const KVFrame after = FrameOf(element);
