@@ -1,5 +1,6 @@
 #include "surface/canvas_widgets.h"
 
+#include <QImage>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPen>
@@ -11,8 +12,19 @@
 
 #include "document/freehand.h"
 #include "document/shapes.h"
+#include "foundation/app_paths.h"
 
 namespace {
+
+// The rotation handle's picture, read once; null when the data folder lacks
+// it, and a plain knob is drawn instead.
+const QImage& RotationImage() {
+    static const QImage image = [] {
+        const std::string folder = LGetProgramDataFolder("Widgets");
+        return folder.empty() ? QImage() : QImage(QString::fromStdString(folder + "/rotation3.png"));
+    }();
+    return image;
+}
 
 // A black square with a white rim, centred on `at`; reads on any picture.
 void DrawHandle(QPainter& painter, QPointF at, float side, float deviceRatio) {
@@ -110,7 +122,13 @@ public:
     ShapeWidget(KVElement* element, const char* kind, const KVBoxShapeProperties& p, int border,
                 int cornerOrSides)
         : KVCanvasWidget(element, p.bounds, static_cast<float>(border), true, p.rotation), kind(kind),
-          cornerOrSides(cornerOrSides) {}
+          cornerOrSides(cornerOrSides) {
+        // A picture keeps its proportions, and its frame stands clear of it.
+        if (std::strcmp(kind, "image") == 0) {
+            keepAspect = true;
+            margin = static_cast<float>(cornerOrSides);
+        }
+    }
     float GetRotation() const override { return frame.rotation; }
 
 protected:
@@ -147,11 +165,11 @@ int KVCanvasWidget::WhichHandle(float x, float y, float scale) const {
     return KVWhichHandle(frame, margin, scale, rotatable, x, y);
 }
 
-bool KVCanvasWidget::BeginDrag(float x, float y, float scale, bool keepAspect, int rotationSnap) {
+bool KVCanvasWidget::BeginDrag(float x, float y, float scale, bool holdAspect, int rotationSnap) {
     const int handle = WhichHandle(x, y, scale);
     if (handle == KVHandleNone)
         return false;
-    drag.Begin(frame, handle, x, y, keepAspect, rotationSnap);
+    drag.Begin(frame, handle, x, y, holdAspect || keepAspect, rotationSnap);
     dragFrom = {x, y};
     dragging = true;
     DragStarted();
@@ -209,9 +227,14 @@ void KVCanvasWidget::Draw(QPainter& painter, float originX, float originY, float
         const QPointF knob(0, -halfH - kRotationHandleDistance);
         painter.setPen(QPen(Qt::black, 1));
         painter.drawLine(QPointF(0, -halfH), knob);
-        painter.setPen(QPen(Qt::white, 1));
-        painter.setBrush(QColor(0, 90, 200));
-        painter.drawEllipse(knob, 6, 6);
+        const QImage& image = RotationImage();
+        if (!image.isNull()) {
+            painter.drawImage(knob - QPointF(image.width() / 2.0, image.height() / 2.0), image);
+        } else {
+            painter.setPen(QPen(Qt::white, 1));
+            painter.setBrush(QColor(0, 90, 200));
+            painter.drawEllipse(knob, 6, 6);
+        }
     }
     painter.restore();
 }

@@ -34,9 +34,10 @@ public:
     virtual bool IsPositionInsideWidget(float x, float y) const;
     // The handle under (x, y), `scale` image units to a device pixel.
     virtual int WhichHandle(float x, float y, float scale) const;
-    // Starts a drag from the handle under (x, y); false on none. The frame
+    // Starts a drag from the handle under (x, y); false on none. `holdAspect`
+    // holds the proportions whatever the frame's own wish. The frame
     // changes, not the element: that takes the frame over when it is done.
-    bool BeginDrag(float x, float y, float scale, bool keepAspect, int rotationSnap);
+    bool BeginDrag(float x, float y, float scale, bool holdAspect, int rotationSnap);
     virtual void DragTo(float x, float y);
     // True when a drag was under way.
     bool EndDrag();
@@ -63,6 +64,8 @@ protected:
     KVFrame frame;
     float margin;
     bool rotatable;
+    // Resizing always holds the proportions at button down.
+    bool keepAspect = false;
     KVFrameDrag drag;
     LPointTemplate<float> dragFrom;
     bool dragging = false;
