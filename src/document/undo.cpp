@@ -39,6 +39,27 @@ void LUndoRedoGroup::DeleteNewest(unsigned long n) {
     }
 }
 
+void LUndoRedoStack::AddItem(LUndoRedoItem* item) {
+    if (gathering)
+        gathering->AddItem(item);
+    else
+        LUndoRedoGroup::AddItem(item);
+}
+
+void LUndoRedoStack::BeginGathering(const char* name) {
+    EndGathering();
+    gathering = new LUndoRedoGroup(name);
+}
+
+void LUndoRedoStack::EndGathering() {
+    LUndoRedoGroup* done = gathering;
+    gathering = nullptr;
+    if (done && done->GetNumItems() > 0)
+        LUndoRedoGroup::AddItem(done);
+    else
+        delete done;
+}
+
 void LUndoRedoStack::_AddItem() {
     DeleteNewest(cursor);
     cursor = 0;

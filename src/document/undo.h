@@ -60,6 +60,14 @@ private:
 class LUndoRedoStack : public LUndoRedoGroup {
 public:
     LUndoRedoStack() = default;
+    ~LUndoRedoStack() override { delete gathering; }
+
+    // While a gathering is open, items join it instead: a change made to
+    // several elements at once undoes as one step, named `name`.
+    void AddItem(LUndoRedoItem* item);
+    void BeginGathering(const char* name);
+    // Closes the gathering; it joins the history unless it is empty.
+    void EndGathering();
 
     void Undo() override;
     void Redo() override;
@@ -80,6 +88,7 @@ protected:
     void _AddItem() override;
 
 private:
+    LUndoRedoGroup* gathering = nullptr;
     unsigned long cursor = 0;
     bool baseSaved = false;
     bool emptySaved = true;

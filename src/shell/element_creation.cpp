@@ -109,8 +109,12 @@ void MainDialog::EvWidgetHasUpdate(KVCanvasWidget* widget) {
         Change change(*this);
         KVImage* image = currentProject->GetCurrentImage();
         if (LList<KVElementWidget>* members = widget->GetMembers()) {
+            // The group moved as one, and undoes as one.
+            LUndoRedoStack& history = image->GetUndoRedoStack();
+            history.BeginGathering("Selection Modification");
             for (KVElementWidget& m : *members)
                 image->UpdateElement(&m, GetSelectedLayer());
+            history.EndGathering();
         } else {
             image->UpdateElement(widget, GetSelectedLayer());
         }

@@ -355,33 +355,9 @@ void KVDrawSurface::PaintShapePreview(QPainter& p, const QRectF& box) const {
     }
     const float ratio = GetDeviceRatio();
     // The unit shape scaled to the box: the outline the element will have.
-    QPainterPath outline;
-    const char* kind = previewElement->GetName();
-    if (std::strcmp(kind, "ellipse") == 0) {
-        outline.addEllipse(box);
-    } else if (std::strcmp(kind, "triangle") == 0 || std::strcmp(kind, "polygon") == 0) {
-        std::vector<LPointTemplate<float>> points;
-        const LBoundingBox2T<float> b(box.left(), box.top(), box.right(), box.bottom());
-        if (std::strcmp(kind, "triangle") == 0) {
-            KVTriangleElementProperties t;
-            t.corner = look.corner;
-            t.SetBounds(b);
-            LPointTemplate<float> abc[3];
-            t.GetPoints(abc);
-            points.assign(abc, abc + 3);
-        } else {
-            KVPolygonElementProperties poly;
-            poly.sides = look.sides;
-            poly.SetBounds(b);
-            for (unsigned long i = 0; i < poly.vertices.GetCount(); ++i)
-                points.push_back(poly.vertices[i]);
-        }
-        for (size_t i = 0; i < points.size(); ++i)
-            i == 0 ? outline.moveTo(points[i].x, points[i].y) : outline.lineTo(points[i].x, points[i].y);
-        outline.closeSubpath();
-    } else {
-        outline.addRect(box);
-    }
+    const QPainterPath outline =
+        KVShapeOutline(previewElement->GetName(),
+                       std::strcmp(previewElement->GetName(), "triangle") == 0 ? look.corner : look.sides, box);
     if (look.filled)
         p.fillPath(outline, ToQColor(look.fill, look.fill.alpha));
     const LGuiColorAlpha& c = look.lineColour;

@@ -172,6 +172,10 @@ private:
     void AppendPressure(long level);
     void ReleasePath();
     KVCanvasWidget* FindWidgetAt(float x, float y, const KVCanvasWidget* skip) const;
+    // Starts a drag of the selected frame from the handle at (x, y), in
+    // image space; false when the point is on none.
+    bool BeginWidgetDrag(float x, float y, Qt::KeyboardModifiers keys);
+    static Qt::CursorShape HandleCursor(int handle, float rotation);
     void FinishRubberBand();
     QPoint DevicePoint(QPointF logical) const;
     void PaintShapePreview(QPainter& painter, const QRectF& box) const;
@@ -215,5 +219,7 @@ private:
 
     LList<KVElementWidget> widgets;
     KVCanvasWidget* selectedWidget = nullptr;
+    // Degrees from a right angle within which a turned frame snaps to it.
+    int rotationSnap = 2;
     KVCanvasWidget* hoverWidget = nullptr;
 };

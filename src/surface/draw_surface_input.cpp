@@ -145,6 +145,9 @@ void KVDrawSurface::EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long
     }
     float ix = static_cast<float>(x), iy = static_cast<float>(y);
     ConvertCoordsForWidget(ix, iy);
+    const bool grouping = keys & (Qt::ControlModifier | Qt::AltModifier);
+    if (selectedWidget && !grouping && captureMode == KVCaptureSelect && BeginWidgetDrag(ix, iy, keys))
+        return;
     if (selectedWidget) {
         auto* group = dynamic_cast<KVMultiSelectWidget*>(selectedWidget);
         if (captureMode == KVCaptureSelect && (keys & Qt::AltModifier) && group) {
@@ -205,6 +208,8 @@ void KVDrawSurface::EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long
         if (KVCanvasWidget* hit = hoverWidget ? hoverWidget : FindWidgetAt(ix, iy, nullptr)) {
             hoverWidget = nullptr;
             SelectWidget(hit, true);
+            // A press on a shape picks it up at once: select and move in one.
+            BeginWidgetDrag(ix, iy, keys);
             return;
         }
         hoverWidget = nullptr;
@@ -256,6 +261,15 @@ void KVDrawSurface::EvMouseMove(int x, int y, Qt::KeyboardModifiers, bool button
             viewport()->update();
             return;
         }
+        if (selectedWidget && selectedWidget->IsDragging()) {
+            // The frame alone follows; the element waits for the release.
+            selectedWidget->DragTo(ix, iy);
+            viewport()->update();
+            return;
+        }
+        if (selectedWidget && !buttonHeld)
+            viewport()->setCursor(HandleCursor(selectedWidget->WhichHandle(ix, iy, 1 / zoomRatio),
+                                               selectedWidget->GetFrame().rotation));
         const bool inside = x >= 0 && y >= 0 && x <= GetControlWidth() && y <= GetControlHeight();
         KVCanvasWidget* hover = inside && !buttonHeld ? FindWidgetAt(ix, iy, selectedWidget) : nullptr;
         if (hover != hoverWidget) {
@@ -306,8 +320,16 @@ void KVDrawSurface::EvLButtonUp(int x, int y, Qt::KeyboardModifiers, long level)
     const int cx = TranslateToCanvasX(x), cy = TranslateToCanvasY(y);
     switch (captureMode) {
     case KVCaptureSelect:
-        if (dynamic_cast<KVSelectionDragWidget*>(selectedWidget))
+        if (dynamic_cast<KVSelectionDragWidget*>(selectedWidget)) {
             FinishRubberBand();
+        } else if (selectedWidget && selectedWidget->IsDragging()) {
+            if (selectedWidget->EndDrag()) {
+                KVSurfaceMessageData data;
+                data.widget = selectedWidget;
+                Send(KVMsgWidgetChanged, data);
+            }
+            viewport()->update();
+        }
         return;
     case KVCaptureLine:
         if (!drawPath)
@@ -443,6 +465,34 @@ void KVDrawSurface::SetImageCursor() {
 
 // ---------------------------------------------------------------------------
 // Widgets and selection
+
+// The resize arrows turn with the frame, a quarter turn at a time.
+Qt::CursorShape KVDrawSurface::HandleCursor(int handle, float rotation) {
+    const bool odd = static_cast<int>(std::lround((rotation + 360) / 90)) % 2 != 0;
+    switch (handle) {
+    case KVHandleTopLeft:
+    case KVHandleBottomRight: return odd ? Qt::SizeBDiagCursor : Qt::SizeFDiagCursor;
+    case KVHandleTopRight:
+    case KVHandleBottomLeft: return odd ? Qt::SizeFDiagCursor : Qt::SizeBDiagCursor;
+    case KVHandleLeft:
+    case KVHandleRight: return odd ? Qt::SizeVerCursor : Qt::SizeHorCursor;
+    case KVHandleTop:
+    case KVHandleBottom: return odd ? Qt::SizeHorCursor : Qt::SizeVerCursor;
+    case KVHandleInside: return Qt::SizeAllCursor;
+    case KVHandleRotation: return Qt::PointingHandCursor;
+    default: return Qt::ArrowCursor;
+    }
+}
+
+bool KVDrawSurface::BeginWidgetDrag(float x, float y, Qt::KeyboardModifiers keys) {
+    if (!selectedWidget || dynamic_cast<KVSelectionDragWidget*>(selectedWidget))
+        return false;
+    // Shift holds the shape's proportions.
+    if (!selectedWidget->BeginDrag(x, y, 1 / zoomRatio, keys & Qt::ShiftModifier, rotationSnap))
+        return false;
+    viewport()->update();
+    return true;
+}
 
 KVCanvasWidget* KVDrawSurface::FindWidgetOf(const KVElement* element) const {
     for (KVElementWidget& w : widgets)

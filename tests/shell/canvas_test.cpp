@@ -6,8 +6,10 @@
 
 #include <QTest>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 
 #include "document/freehand.h"
 #include "document/image_element.h"
@@ -55,6 +57,11 @@ protected:
         for (size_t i = 1; i < trail.size(); ++i)
             QTest::mouseMove(view, At(trail[i].first, trail[i].second));
         QTest::mouseRelease(view, Qt::LeftButton, {}, At(trail.back().first, trail.back().second));
+    }
+    // With KV_CANVAS_SHOTS set, the view is saved there to be looked at.
+    void Shoot(const std::string& name) {
+        if (const char* folder = std::getenv("KV_CANVAS_SHOTS"))
+            Surface().viewport()->grab().save(QString("%1/%2.png").arg(folder, QString::fromStdString(name)));
     }
     KVElement* Last() { return Layer().GetElementList().GetLast(); }
     template <class E> auto Record() { return dynamic_cast<E&>(*Last()).GetProperties(); }
@@ -243,6 +250,91 @@ TEST_F(Canvas, ALiveStrokeLiesWhereItsRenderLandsAtEachZoom) {
         ASSERT_GE(a.first, 0) << "the live stroke shows";
         EXPECT_NEAR(a.first, b.first, 2 * zoom) << zoom;
         EXPECT_NEAR(a.second, b.second, 2 * zoom) << zoom;
+    }
+}
+
+// The element's frame as a fresh widget of it sees it: what the document
+// holds, not what the canvas shows.
+KVFrame FrameOf(KVElement& element) {
+    std::unique_ptr<KVElementWidget> widget(element.GetWidget());
+    auto* frame = dynamic_cast<KVCanvasWidget*>(widget.get());
+    return frame ? frame->GetFrame() : KVFrame{};
+}
+
+TEST_F(Canvas, ASelectedElementMovesResizesAndTurnsByItsFrameInOneUndoStepEach) {
+    // Each shape is drawn from (100, 100) to (200, 150), so its frame is
+    // centred on (150, 125); its rotation handle is 20 units over its top.
+    struct Case {
+        unsigned tool;
+        std::vector<std::pair<float, float>> edit;
+        KVFrame change; // of centre and size; the rotation it ends at
+    } cases[] = {
+        {KVCmToolRectangle, {{150, 125}, {160, 130}, {170, 135}}, {20, 10, 0, 0, 0}},
+        {KVCmToolEllipse, {{200, 150}, {220, 160}, {240, 170}}, {20, 10, 40, 20, 0}},
+        {KVCmToolTriangle, {{100, 100}, {120, 110}, {140, 120}}, {20, 10, -40, -20, 0}},
+        {KVCmToolPolygon, {{150, 78}, {200, 100}, {200, 125 - 50 * std::sqrt(3.0f)}}, {0, 0, 0, 0, 30}},
+        // A line's end is its handle.
+        {KVCmToolLine, {{200, 150}, {220, 150}, {240, 150}}, {20, 0, 40, 0, 0}},
+        {KVCmToolPencil, {{150, 125}, {160, 125}, {170, 125}}, {20, 0, 0, 0, 0}},
+    };
+    for (const Case& c : cases) {
+        dialog.Command(c.tool);
+        if (c.tool == KVCmToolPencil)
+            Drag({{100, 100}, {150, 150}, {200, 100}, {150, 125}});
+        else
+            Drag({{100, 100}, {150, 125}, {200, 150}});
+        KVElement& element = *Last();
+        const KVFrame before = FrameOf(element);
+        dialog.Command(KVCmToolSelect);
+        if (!Surface().GetSelectedWidget())
+            Drag({{150, 125}}); // a stroke is not selected as it is drawn
+        ASSERT_NE(Surface().GetSelectedWidget(), nullptr) << element.GetName();
+        ASSERT_TRUE(kvtest::WaitFor([&] { return Surface().HasImage(); }));
+        const QImage drawn = Surface().GetDisplayedImage();
+        const unsigned long items = UndoItems();
+        QTest::mouseMove(Surface().viewport(), At(c.edit[0].first, c.edit[0].second));
+        EXPECT_NE(Surface().viewport()->cursor().shape(), Qt::ArrowCursor) << "the pointer shows the handle";
+        Drag(c.edit);
+        EXPECT_EQ(UndoItems(), items + 1) << element.GetName();
+        const KVFrame after = FrameOf(element);
+        EXPECT_NEAR(after.x - before.x, c.change.x, 1.5f) << element.GetName();
+        EXPECT_NEAR(after.y - before.y, c.change.y, 1.5f) << element.GetName();
+        EXPECT_NEAR(after.width - before.width, c.change.width, 1.5f) << element.GetName();
+        EXPECT_NEAR(after.height - before.height, c.change.height, 1.5f) << element.GetName();
+        EXPECT_NEAR(after.rotation, c.change.rotation, 0.5f) << element.GetName();
+        EXPECT_TRUE(kvtest::WaitFor([&] { return Surface().GetDisplayedImage() != drawn; }))
+            << "the picture follows " << element.GetName();
+        Shoot(std::string("frame-") + element.GetName());
+        dialog.Command(KVCmUndo);
+        EXPECT_NEAR(FrameOf(element).x, before.x, 0.01f) << element.GetName();
+        EXPECT_NEAR(FrameOf(element).width, before.width, 0.01f);
+        EXPECT_NEAR(FrameOf(element).rotation, before.rotation, 0.01f);
+        dialog.Command(KVCmRedo);
+        EXPECT_NEAR(FrameOf(element).x, after.x, 0.01f) << element.GetName();
+        EXPECT_NEAR(FrameOf(element).width, after.width, 0.01f);
+        // A click without a drag changes nothing.
+        const unsigned long done = UndoItems();
+        Drag({{after.x, after.y}});
+        EXPECT_EQ(UndoItems(), done) << element.GetName();
+    }
+    // All of them as a group: one drag moves every member, in one step.
+    dialog.Command(KVCmSelectAll);
+    KVCanvasWidget* group = Surface().GetSelectedWidget();
+    ASSERT_NE(group, nullptr);
+    ASSERT_NE(group->GetMembers(), nullptr);
+    std::vector<KVFrame> before;
+    for (KVElement& e : Layer().GetElementList())
+        before.push_back(FrameOf(e));
+    const unsigned long items = UndoItems();
+    const KVFrame g = group->GetFrame();
+    Drag({{g.x, g.y}, {g.x + 5, g.y + 5}, {g.x + 10, g.y + 10}});
+    Shoot("frame-group");
+    EXPECT_EQ(UndoItems(), items + 1);
+    size_t i = 0;
+    for (KVElement& e : Layer().GetElementList()) {
+        EXPECT_NEAR(FrameOf(e).x - before[i].x, 10, 1) << e.GetName();
+        EXPECT_NEAR(FrameOf(e).y - before[i].y, 10, 1) << e.GetName();
+        ++i;
     }
 }
 
