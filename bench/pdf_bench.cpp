@@ -12,16 +12,13 @@
 
 #include "document/project.h"
 #include "document/shapes.h"
+#include "export_scenes.h"
 #include "exchange/render_pdf.h"
 #include "imaging/image_file.h"
 #include "render/render_image_buffer.h"
 #include "target/draw_path.h"
 
 namespace {
-
-std::string TempPath(const char* name) {
-    return std::string(P_tmpdir) + "/kv-pdf-bench-" + std::to_string(getpid()) + "-" + name;
-}
 
 double FileKb(const std::string& path) {
     struct stat st {};
@@ -33,31 +30,8 @@ double FileKb(const std::string& path) {
 void ExportShapes(benchmark::State& state) {
     const auto n = static_cast<long>(state.range(0));
     KVProject project;
-    KVImage* image = new KVImage("bench", 2000, 1000, 72, LPixelColour(255, 255, 255, 255));
-    KVLayer* layer = project.AddNewImage(image);
-    for (long i = 0; i < n; ++i) {
-        const float x = static_cast<float>(i % 1900), y = static_cast<float>(i % 950);
-        KVElement* e;
-        if (i % 3 == 0) {
-            KVRectangleElementProperties p;
-            p.SetRectangle({x, y, x + 40, y + 30});
-            if (i % 2)
-                p.SetFill(LGuiColorAlpha(10, 20, 30, 255));
-            e = new KVRectangleElement(p);
-        } else if (i % 3 == 1) {
-            KVEllipseElementProperties p;
-            p.SetBounds({x, y, x + 40, y + 30});
-            if (i % 2)
-                p.SetGradient(KVGradient());
-            e = new KVEllipseElement(p);
-        } else {
-            KVTriangleElementProperties p;
-            p.SetBounds({x, y, x + 40, y + 30});
-            e = new KVTriangleElement(p);
-        }
-        image->AddNewElement(e, layer, false, false);
-    }
-    const std::string path = TempPath("shapes.pdf");
+    kvbench::AddShapes(project, n);
+    const std::string path = kvbench::TempPath("pdf", "shapes.pdf");
     LProcessInterfaceVoid process;
     for (auto _ : state) {
         KVProjectPDFSave save{&project, path.c_str()};
@@ -101,7 +75,7 @@ void DrawStrokes(KVRenderImage& target, bool wholePage) {
 // Arg 0: pictures cut to the strokes; 1: pictures of the whole page.
 void ExportPencilStrokes(benchmark::State& state) {
     const bool wholePage = state.range(0) == 1;
-    const std::string path = TempPath("strokes.pdf");
+    const std::string path = kvbench::TempPath("pdf", "strokes.pdf");
     for (auto _ : state) {
         KVRenderImagePDF pdf(3000, 2000);
         DrawStrokes(pdf, wholePage);
@@ -115,7 +89,7 @@ BENCHMARK(ExportPencilStrokes)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 // The same strokes rendered and saved as PNG.
 void ExportPencilStrokesPng(benchmark::State& state) {
-    const std::string path = TempPath("strokes.png");
+    const std::string path = kvbench::TempPath("pdf", "strokes.png");
     for (auto _ : state) {
         KVRenderImageBuffer raster(3000, 2000);
         DrawStrokes(raster, false);

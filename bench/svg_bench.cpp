@@ -12,46 +12,20 @@
 
 #include "document/project.h"
 #include "document/shapes.h"
+#include "export_scenes.h"
 #include "exchange/render_svg.h"
 #include "foundation/xml.h"
 #include "target/draw_path.h"
 
 namespace {
 
-std::string TempPath(const char* name) {
-    return std::string(P_tmpdir) + "/kv-svg-bench-" + std::to_string(getpid()) + "-" + name;
-}
-
 // Rectangles, ellipses and triangles of a project, half of them filled,
 // rendered into the SVG target and saved.
 void ExportShapes(benchmark::State& state) {
     const auto n = static_cast<long>(state.range(0));
     KVProject project;
-    KVImage* image = new KVImage("bench", 2000, 1000, 72, LPixelColour(255, 255, 255, 255));
-    KVLayer* layer = project.AddNewImage(image);
-    for (long i = 0; i < n; ++i) {
-        const float x = static_cast<float>(i % 1900), y = static_cast<float>(i % 950);
-        KVElement* e;
-        if (i % 3 == 0) {
-            KVRectangleElementProperties p;
-            p.SetRectangle({x, y, x + 40, y + 30});
-            if (i % 2)
-                p.SetFill(LGuiColorAlpha(10, 20, 30, 255));
-            e = new KVRectangleElement(p);
-        } else if (i % 3 == 1) {
-            KVEllipseElementProperties p;
-            p.SetBounds({x, y, x + 40, y + 30});
-            if (i % 2)
-                p.SetGradient(KVGradient());
-            e = new KVEllipseElement(p);
-        } else {
-            KVTriangleElementProperties p;
-            p.SetBounds({x, y, x + 40, y + 30});
-            e = new KVTriangleElement(p);
-        }
-        image->AddNewElement(e, layer, false, false);
-    }
-    const std::string path = TempPath("shapes.svg");
+    kvbench::AddShapes(project, n);
+    const std::string path = kvbench::TempPath("svg", "shapes.svg");
     LProcessInterfaceVoid process;
     for (auto _ : state) {
         KVProjectSVGSave save{&project, path.c_str()};
@@ -92,7 +66,7 @@ void ExportTracedPaths(benchmark::State& state) {
             p->AddCoord(new KVDrawCoord(static_cast<float>(i % 3990 + k), static_cast<float>(i % 2990 + k * k % 7)));
         paths.PushBack(p);
     }
-    const std::string path = TempPath("paths.svg");
+    const std::string path = kvbench::TempPath("svg", "paths.svg");
     for (auto _ : state) {
         KVRenderImageSVG svg(4000, 3000);
         svg.Clear(LPixelColour(255, 255, 255, 255));
@@ -120,7 +94,7 @@ void ExportEmbeddedPicture(benchmark::State& state) {
             row[x * 4 + 3] = 255;
         }
     }
-    const std::string path = TempPath("picture.svg");
+    const std::string path = kvbench::TempPath("svg", "picture.svg");
     LProcessInterfaceVoid process;
     for (auto _ : state) {
         KVRenderImageSVG svg(4000, 3000);
@@ -143,7 +117,7 @@ long PeakResidentKb() {
 // memory against the file's size.
 void ParseLargeDocument(benchmark::State& state) {
     const size_t target = static_cast<size_t>(state.range(0)) << 20;
-    const std::string path = TempPath("large.xml");
+    const std::string path = kvbench::TempPath("svg", "large.xml");
     // Written a line at a time, so that the peak memory below is the reader's.
     size_t size = 0;
     if (std::FILE* f = std::fopen(path.c_str(), "wb")) {
