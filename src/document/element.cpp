@@ -1,5 +1,7 @@
 #include "document/element.h"
 
+#include <cstring>
+
 #include "document/widget.h"
 
 KVElement::~KVElement() { cacheHandle.Invalidate(); }
@@ -18,6 +20,44 @@ LProcessResult KVElement::CachedRender(LProcessInterface& process, KVRenderImage
 const char* KVElementWidget::GetElementName() const {
     KVElement* e = GetElement();
     return e ? e->GetName() : "";
+}
+
+namespace {
+
+// The effects each kind of element takes; kinds not listed take none.
+struct KVWidgetEffects {
+    const char* kind;
+    bool fill, shadow, bevel, glow;
+};
+constexpr KVWidgetEffects kWidgetEffects[] = {
+    {"rectangle", true, true, true, true}, {"ellipse", true, true, true, true},
+    {"polygon", true, true, true, true},   {"triangle", true, true, true, true},
+    {"pen", true, true, true, false},      {"text", false, true, true, false},
+    {"richtext", false, true, true, false},
+};
+
+KVWidgetEffects EffectsOf(const KVElementWidget& widget) {
+    const char* kind = widget.GetElementName();
+    for (const KVWidgetEffects& e : kWidgetEffects)
+        if (std::strcmp(e.kind, kind) == 0)
+            return e;
+    return {kind, false, false, false, false};
+}
+
+} // namespace
+
+bool KVElementWidget::CanFillElement() const { return EffectsOf(*this).fill; }
+bool KVElementWidget::CanShadowElement() const { return EffectsOf(*this).shadow; }
+bool KVElementWidget::CanBevelElement() const { return EffectsOf(*this).bevel; }
+bool KVElementWidget::CanGlowElement() const { return EffectsOf(*this).glow; }
+
+bool KVElementWidget::IsPositionInsideWidget(float x, float y) const {
+    const LBoundingBox2T<float> box = GetDimensions();
+    return x >= box.x1 && x <= box.x2 && y >= box.y1 && y <= box.y2;
+}
+
+int KVElementWidget::WhichHandle(float x, float y, float) const {
+    return IsPositionInsideWidget(x, y) ? KVHandleInside : KVHandleNone;
 }
 
 void KVFollowBoxWithEraserStrokes(KVErasableProperties& p, const LBoundingBox2T<float>& old,

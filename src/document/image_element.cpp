@@ -304,7 +304,8 @@ KVElementWidget* KVImageElement::GetWidget() {
     KVRectangleElementProperties frame;
     frame.bounds = p.GetPlacement();
     frame.rotation = p.rotation;
-    return factory->MakeBoxShapeWidget(this, GetName(), frame, 1, 5);
+    // The frame stands clear of the picture's edge, which it would hide.
+    return factory->MakeBoxShapeWidget(this, GetName(), frame, 5, 0);
 }
 
 void KVImageElement::SetPropertiesFromPanel(const P& panel, bool addUndo) {

@@ -208,6 +208,31 @@ LProcessResult KVTextElement::Render(LProcessInterface& process, KVRenderImage& 
     return LProcessResultOk;
 }
 
+namespace {
+
+// A text's frame: a rectangle's, turned as the text is.
+KVElementWidget* MakeTextWidget(KVElement* element, const LBoundingBox2T<float>& bounds, float rotation) {
+    KVShapeWidgetFactory* factory = KVGetShapeWidgetFactory();
+    if (!factory)
+        return nullptr;
+    KVRectangleElementProperties frame;
+    frame.bounds = bounds;
+    frame.rotation = rotation;
+    return factory->MakeBoxShapeWidget(element, element->GetName(), frame, 0, 0);
+}
+
+} // namespace
+
+KVElementWidget* KVTextElement::GetWidget() {
+    const P p = GetProperties();
+    return MakeTextWidget(this, p.bounds, p.rotation);
+}
+
+KVElementWidget* KVRichTextElement::GetWidget() {
+    const P p = GetProperties();
+    return MakeTextWidget(this, p.bounds, p.rotation);
+}
+
 bool KVTextElement::Update(KVElementWidget* widget) {
     if (!widget)
         return false;

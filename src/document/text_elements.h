@@ -93,6 +93,7 @@ public:
 
     LProcessResult Render(LProcessInterface& process, KVRenderImage& target) override;
     bool Update(KVElementWidget* widget) override;
+    KVElementWidget* GetWidget() override;
     void Crop(LBoundingBox2T<float> box, LUndoRedoGroup* group) override;
     // The box scales, and the font by the mean of the two factors.
     void Resize(float sx, float sy, bool addUndo) override;
@@ -112,6 +113,7 @@ public:
 
     LProcessResult Render(LProcessInterface& process, KVRenderImage& target) override;
     bool Update(KVElementWidget* widget) override;
+    KVElementWidget* GetWidget() override;
     // The boxes move and scale; the font sizes stay.
     void Crop(LBoundingBox2T<float> box, LUndoRedoGroup* group) override;
     void Resize(float sx, float sy, bool addUndo) override;

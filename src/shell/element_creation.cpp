@@ -88,6 +88,7 @@ void MainDialog::EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& dat
     case KVMsgWidgetSelected:
     case KVMsgSelectionCleared:
     case KVMsgWidgetPicked:
+    case KVMsgRightClickMenu: // may have selected what it was over
         UpdateCommandStates();
         break;
     }
@@ -102,7 +103,7 @@ void MainDialog::RefreshWidgets() {
     UpdateCommandStates();
 }
 
-void MainDialog::EvWidgetHasUpdate(KVCanvasWidget* widget) {
+void MainDialog::EvWidgetHasUpdate(KVElementWidget* widget) {
     if (!currentProject || !widget)
         return;
     {
@@ -270,7 +271,7 @@ void MainDialog::EvCreateElement(LPtr<KVDrawPath>& path) {
 }
 
 void MainDialog::CmConvertShapeToPath() {
-    KVCanvasWidget* widget = uiWindow->GetSurface().GetSelectedWidget();
+    KVElementWidget* widget = uiWindow->GetSurface().GetSelectedWidget();
     KVLayer* layer = GetSelectedLayer();
     if (!currentProject || !widget || !layer || widget->GetMembers())
         return;
@@ -349,7 +350,7 @@ template <class E, class P> KVElement* MakeStroke(StrokeCore& core) {
 } // namespace
 
 void MainDialog::CmConvertPathToPath(unsigned id) {
-    KVCanvasWidget* widget = uiWindow->GetSurface().GetSelectedWidget();
+    KVElementWidget* widget = uiWindow->GetSurface().GetSelectedWidget();
     KVLayer* layer = GetSelectedLayer();
     if (!currentProject || !widget || !layer || widget->GetMembers() || id < KVCmPathToPen || id > KVCmPathToSpray)
         return;

@@ -268,7 +268,7 @@ void MainDialog::UpdateCommandStates() {
         SetCommandEnabled(t.command, open);
         SetCommandChecked(t.command, uiWindow->GetTool() == t.key);
     }
-    const KVCanvasWidget* selected = uiWindow->GetSurface().GetSelectedWidget();
+    const KVElementWidget* selected = uiWindow->GetSurface().GetSelectedWidget();
     const bool single = open && selected && !dynamic_cast<const KVMultiSelectWidget*>(selected) && selected->GetElement();
     SetCommandEnabled(KVCmSelectAll, open);
     SetCommandEnabled(KVCmInsertImage, open);

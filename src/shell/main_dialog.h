@@ -14,7 +14,7 @@
 #include "surface/draw_surface.h"
 #include "toolkit/main_window.h"
 
-class KVCanvasWidget;
+class KVElementWidget;
 class KVElement;
 class KVUiWindow;
 struct KVImageElementProperties;
@@ -131,7 +131,7 @@ private:
     // The canvas's widgets again, from the selected layer.
     void RefreshWidgets();
     // The selection moved by the keys: its elements follow, then a render.
-    void EvWidgetHasUpdate(KVCanvasWidget* widget);
+    void EvWidgetHasUpdate(KVElementWidget* widget);
     // Adds `element` to the selected layer with undo, and selects it when
     // `select`; drops it without a layer.
     void AddElement(KVElement* element, bool select);

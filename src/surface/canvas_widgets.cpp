@@ -13,6 +13,7 @@
 #include "document/freehand.h"
 #include "document/shapes.h"
 #include "foundation/app_paths.h"
+#include "toolkit/settings.h"
 
 namespace {
 
@@ -27,219 +28,274 @@ const QImage& RotationImage() {
 }
 
 // A black square with a white rim, centred on `at`; reads on any picture.
-void DrawHandle(QPainter& painter, QPointF at, float side, float deviceRatio) {
-    painter.setPen(QPen(Qt::white, 1 / deviceRatio));
+void DrawHandle(QPainter& painter, QPointF at, float side, float penWidth) {
+    painter.setPen(QPen(Qt::white, penWidth));
     painter.setBrush(Qt::black);
     painter.drawRect(QRectF(at.x() - side / 2, at.y() - side / 2, side, side));
     painter.setBrush(Qt::NoBrush);
 }
 
-// A line's widget: its box is the two ends, and it hands them back moved.
-class LineWidget : public KVCanvasWidget, public KVLineWidgetGeometry {
-public:
-    LineWidget(KVElement* element, const KVLineElementProperties& p)
-        : KVCanvasWidget(element, BoxOf(p.start, p.end)), start(p.start), end(p.end) {}
-    LPointTemplate<float> GetStart() const override { return start; }
-    LPointTemplate<float> GetEnd() const override { return end; }
-    void Translate(float dx, float dy) override {
-        SetEnds({start.x + dx, start.y + dy}, {end.x + dx, end.y + dy});
-    }
-    void FitTo(const LBoundingBox2T<float>& box) override {
-        const LBoundingBox2T<float> old = frame.GetBox();
-        const auto map = [&](LPointTemplate<float> p) {
-            const float fx = old.GetWidth() > 0 ? (p.x - old.x1) / old.GetWidth() : 0;
-            const float fy = old.GetHeight() > 0 ? (p.y - old.y1) / old.GetHeight() : 0;
-            return LPointTemplate<float>(box.x1 + fx * box.GetWidth(), box.y1 + fy * box.GetHeight());
-        };
-        SetEnds(map(start), map(end));
-    }
-    // The ends are the handles; the line itself, within a reach that does
-    // not shrink with the zoom, moves it.
-    int WhichHandle(float x, float y, float scale) const override {
-        const float h = scale * 4;
-        if (std::abs(x - start.x) <= h && std::abs(y - start.y) <= h)
-            return KVHandleTopLeft;
-        if (std::abs(x - end.x) <= h && std::abs(y - end.y) <= h)
-            return KVHandleBottomRight;
-        return IsPositionInsideWidget(x, y) ? KVHandleInside : KVHandleNone;
-    }
-    bool IsPositionInsideWidget(float x, float y) const override {
-        constexpr float reach = 10;
-        const float dx = end.x - start.x, dy = end.y - start.y;
-        const float length2 = dx * dx + dy * dy;
-        const float t = length2 > 0 ? std::clamp(((x - start.x) * dx + (y - start.y) * dy) / length2, 0.0f, 1.0f) : 0;
-        const float ox = start.x + t * dx - x, oy = start.y + t * dy - y;
-        return ox * ox + oy * oy <= reach * reach;
-    }
-    void DragTo(float x, float y) override {
-        const int handle = drag.GetHandle();
-        if (handle == KVHandleTopLeft)
-            SetEnds({x, y}, end);
-        else if (handle == KVHandleBottomRight)
-            SetEnds(start, {x, y});
-        else if (handle == KVHandleInside)
-            SetEnds({startAtDown.x + x - grab.x, startAtDown.y + y - grab.y},
-                    {endAtDown.x + x - grab.x, endAtDown.y + y - grab.y});
-    }
-    void Draw(QPainter& painter, float originX, float originY, float zoom, float deviceRatio,
-              bool hover) const override {
-        const auto shown = [&](LPointTemplate<float> p) {
-            return QPointF((originX + p.x * zoom) / deviceRatio, (originY + p.y * zoom) / deviceRatio);
-        };
-        painter.setPen(QPen(QColor(255, 255, 255, hover ? 128 : 255), 2 / deviceRatio));
-        painter.drawLine(shown(start), shown(end));
-        painter.setPen(QPen(QColor(0, 0, 0, hover ? 128 : 255), 1 / deviceRatio, Qt::DashLine));
-        painter.drawLine(shown(start), shown(end));
-        if (hover)
-            return;
-        for (LPointTemplate<float> p : {start, end})
-            DrawHandle(painter, shown(p), 8 / deviceRatio, deviceRatio);
-    }
+// The handles' side on screen, in device pixels.
+constexpr float kFrameHandle = 9;
+constexpr float kRectHandle = 6;
+constexpr float kLineHandle = 8;
 
-protected:
-    void DragStarted() override {
-        startAtDown = start;
-        endAtDown = end;
-        grab = dragFrom;
-    }
+const QColor kLiveShape(0, 90, 200);
 
-private:
-    static LBoundingBox2T<float> BoxOf(LPointTemplate<float> a, LPointTemplate<float> b) {
-        return {std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)};
-    }
-    void SetEnds(LPointTemplate<float> a, LPointTemplate<float> b) {
-        start = a;
-        end = b;
-        frame = KVFrame::FromBox(BoxOf(a, b));
-    }
-
-    LPointTemplate<float> start, end, startAtDown, endAtDown, grab;
-};
-
-// Keeps a shape's rotation and corner or sides as they are.
-class ShapeWidget : public KVCanvasWidget, public KVShapeWidgetGeometry {
-public:
-    ShapeWidget(KVElement* element, const char* kind, const KVBoxShapeProperties& p, int border,
-                int cornerOrSides)
-        : KVCanvasWidget(element, p.bounds, static_cast<float>(border), true, p.rotation), kind(kind),
-          cornerOrSides(cornerOrSides) {
-        // A picture keeps its proportions, and its frame stands clear of it.
-        if (std::strcmp(kind, "image") == 0) {
-            keepAspect = true;
-            margin = static_cast<float>(cornerOrSides);
-        }
-    }
-    float GetRotation() const override { return frame.rotation; }
-
-protected:
-    QPainterPath GetOutline(const QRectF& box) const override { return KVShapeOutline(kind, cornerOrSides, box); }
-
-private:
-    const char* kind;
-    int cornerOrSides;
-};
+LBoundingBox2T<float> BoxOf(LPointTemplate<float> a, LPointTemplate<float> b) {
+    return {std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)};
+}
 
 class Factories : public KVShapeWidgetFactory, public KVPathWidgetFactory {
 public:
     KVElementWidget* MakeBoxShapeWidget(KVElement* element, const char* kind, const KVBoxShapeProperties& p,
                                         int border, int cornerOrSides) override {
-        return new ShapeWidget(element, kind, p, border, cornerOrSides);
+        const auto margin = static_cast<float>(border);
+        if (std::strcmp(kind, "ellipse") == 0)
+            return new KVEllipseWidgetRotation(element, p.bounds, p.rotation, margin, false);
+        if (std::strcmp(kind, "triangle") == 0)
+            return new KVTriangleWidgetRotation(element, p.bounds, p.rotation, margin, cornerOrSides);
+        if (std::strcmp(kind, "polygon") == 0)
+            return new KVPolygonWidgetRotation(element, p.bounds, p.rotation, margin, cornerOrSides);
+        if (std::strcmp(kind, "text") == 0 || std::strcmp(kind, "richtext") == 0)
+            return new KVTextWidget(element, p.bounds, p.rotation);
+        // A picture keeps its proportions.
+        return new KVRectangleWidgetRotation(element, p.bounds, p.rotation, margin, std::strcmp(kind, "image") == 0);
     }
     KVElementWidget* MakeLineWidget(KVElement* element, const KVLineElementProperties& p) override {
-        return new LineWidget(element, p);
+        return new KVBaseLineWidget(element, p.start, p.end);
     }
     KVElementWidget* MakePathWidget(KVElement* element, int border, const LBoundingBox2T<float>& dimensions,
                                     const KVDrawPath*, float) override {
-        return new KVCanvasWidget(element, dimensions, static_cast<float>(border));
+        return new KVPathWidget(element, dimensions, static_cast<float>(border));
     }
 };
 
 } // namespace
 
-bool KVCanvasWidget::IsPositionInsideWidget(float x, float y) const {
+KVWidgetPress KVWidgetPressFromSettings(float scale, bool holdAspect, bool control) {
+    KVWidgetPress press;
+    press.scale = scale;
+    press.holdAspect = holdAspect;
+    press.control = control;
+    if (LUserSettingGet("Options", "Snapping", true)) {
+        press.moveSnap = static_cast<int>(std::max(0L, LUserSettingGet("Options", "MoveSnapping", 5)));
+        press.rotationSnap = static_cast<int>(std::clamp(LUserSettingGet("Options", "RotationSnapping", 2), 0L, 45L));
+    }
+    return press;
+}
+
+// ---------------------------------------------------------------------------
+// Frames that turn
+
+bool KVBaseWidgetRotation::IsPositionInsideWidget(float x, float y) const {
     const LPointTemplate<float> p = KVRotatePoint({x, y}, frame.x, frame.y, -frame.rotation);
     return std::abs(p.x - frame.x) <= frame.width / 2 + margin && std::abs(p.y - frame.y) <= frame.height / 2 + margin;
 }
 
-int KVCanvasWidget::WhichHandle(float x, float y, float scale) const {
-    return KVWhichHandle(frame, margin, scale, rotatable, x, y);
+int KVBaseWidgetRotation::WhichHandle(float x, float y, float scale) const {
+    return KVWhichHandle(frame, margin, scale, true, x, y);
 }
 
-bool KVCanvasWidget::BeginDrag(float x, float y, float scale, bool holdAspect, int rotationSnap) {
-    const int handle = WhichHandle(x, y, scale);
+bool KVBaseWidgetRotation::EvLButtonDown(float x, float y, const KVWidgetPress& press) {
+    int handle = WhichHandle(x, y, press.scale);
+    if (handle == KVHandleInside && (press.control || !CanMove()))
+        return false;
+    if (handle != KVHandleInside && handle != KVHandleRotation && !CanResize())
+        handle = CanMove() ? KVHandleInside : KVHandleNone;
     if (handle == KVHandleNone)
         return false;
-    drag.Begin(frame, handle, x, y, holdAspect || keepAspect, rotationSnap);
-    dragFrom = {x, y};
-    dragging = true;
-    DragStarted();
+    drag.Begin(frame, handle, x, y, press.holdAspect || keepAspect, press.rotationSnap, press.moveSnap);
+    moving = true;
     return true;
 }
 
-void KVCanvasWidget::DragTo(float x, float y) {
+bool KVBaseWidgetRotation::EvMouseMove(float x, float y) {
+    if (!moving)
+        return false;
     frame = drag.MoveTo(x, y);
+    return true;
 }
 
-bool KVCanvasWidget::EndDrag() {
-    const bool was = dragging;
-    dragging = false;
+bool KVBaseWidgetRotation::EvLButtonUp() {
+    const bool was = moving;
+    moving = false;
     return was && !(frame == drag.GetStart());
 }
 
-void KVCanvasWidget::Translate(float dx, float dy) {
+void KVBaseWidgetRotation::Translate(float dx, float dy) {
     frame.x += dx;
     frame.y += dy;
 }
 
-void KVCanvasWidget::Draw(QPainter& painter, float originX, float originY, float zoom, float deviceRatio,
-                          bool hover) const {
-    // Drawn in device pixels turned about the frame's centre, then scaled
-    // to the logical pixels the painter takes.
+void KVBaseWidgetRotation::DrawShape(KVWidgetPaint& paint, bool outline) const {
+    // Device pixels turned about the frame's centre, scaled to the logical
+    // pixels the painter takes.
+    QPainter& painter = paint.painter;
     painter.save();
-    painter.scale(1 / deviceRatio, 1 / deviceRatio);
-    painter.translate(originX + frame.x * zoom, originY + frame.y * zoom);
+    painter.scale(1 / paint.deviceRatio, 1 / paint.deviceRatio);
+    painter.translate(paint.originX + frame.x * paint.zoom, paint.originY + frame.y * paint.zoom);
+    painter.rotate(frame.rotation);
+    const float w = frame.width / 2 * paint.zoom, h = frame.height / 2 * paint.zoom;
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(outline ? QPen(QColor(0, 90, 200, 160), 1) : QPen(kLiveShape, 1));
+    painter.drawPath(ShapePath(QRectF(-w, -h, 2 * w, 2 * h)));
+    painter.restore();
+}
+
+void KVBaseWidgetRotation::DrawDisabled(KVWidgetPaint& paint) const { DrawShape(paint, true); }
+
+void KVBaseWidgetRotation::DrawMultiSelection(KVWidgetPaint& paint) const { DrawShape(paint, true); }
+
+void KVBaseWidgetRotation::Draw(KVWidgetPaint& paint) const {
+    // The shape as it will land, before the element takes it over.
+    if (moving)
+        DrawShape(paint, false);
+    QPainter& painter = paint.painter;
+    const float zoom = paint.zoom;
+    painter.save();
+    painter.scale(1 / paint.deviceRatio, 1 / paint.deviceRatio);
+    painter.translate(paint.originX + frame.x * zoom, paint.originY + frame.y * zoom);
     painter.rotate(frame.rotation);
     const float halfW = (frame.width / 2 + margin) * zoom, halfH = (frame.height / 2 + margin) * zoom;
     const QRectF shown(-halfW, -halfH, 2 * halfW, 2 * halfH);
     painter.setBrush(Qt::NoBrush);
-    if (hover) {
-        painter.setPen(QPen(QColor(0, 90, 200, 128), 1));
-        painter.drawRect(shown);
-        painter.restore();
-        return;
-    }
-    if (dragging) {
-        // The shape as it will land, before the element takes it over.
-        const float w = frame.width / 2 * zoom, h = frame.height / 2 * zoom;
-        painter.setPen(QPen(QColor(0, 90, 200), 1));
-        painter.drawPath(GetOutline(QRectF(-w, -h, 2 * w, 2 * h)));
-    }
     painter.setPen(QPen(Qt::white, std::max(zoom, 1.0f)));
     painter.drawRect(shown);
-    painter.setPen(QPen(Qt::black, std::max(zoom, 1.0f), dragging ? Qt::DashLine : Qt::SolidLine));
+    painter.setPen(QPen(Qt::black, std::max(zoom, 1.0f), moving ? Qt::DashLine : Qt::SolidLine));
     painter.drawRect(shown);
-    // The 9-pixel corner handles lie inside the frame.
-    const float inset = 4.5f;
+    // The corner handles lie inside the frame; the edges' are felt, not seen.
+    const float inset = kFrameHandle / 2;
     for (QPointF c : {QPointF(-halfW + inset, -halfH + inset), QPointF(halfW - inset, -halfH + inset),
                       QPointF(halfW - inset, halfH - inset), QPointF(-halfW + inset, halfH - inset)})
-        DrawHandle(painter, c, 9, 1);
-    if (rotatable) {
-        const QPointF knob(0, -halfH - kRotationHandleDistance);
-        painter.setPen(QPen(Qt::black, 1));
-        painter.drawLine(QPointF(0, -halfH), knob);
-        const QImage& image = RotationImage();
-        if (!image.isNull()) {
-            painter.drawImage(knob - QPointF(image.width() / 2.0, image.height() / 2.0), image);
-        } else {
-            painter.setPen(QPen(Qt::white, 1));
-            painter.setBrush(QColor(0, 90, 200));
-            painter.drawEllipse(knob, 6, 6);
-        }
+        DrawHandle(painter, c, kFrameHandle, 1);
+    // The knob is drawn at a fixed distance on screen, while it is felt at
+    // a fixed distance in the image: the two meet at 100%.
+    const QPointF knob(0, -halfH - kRotationHandleDistance);
+    painter.setPen(QPen(Qt::black, 1));
+    painter.drawLine(QPointF(0, -halfH), knob);
+    const QImage& image = RotationImage();
+    if (!image.isNull()) {
+        painter.drawImage(knob - QPointF(image.width() / 2.0, image.height() / 2.0), image);
+    } else {
+        painter.setPen(QPen(Qt::white, 1));
+        painter.setBrush(kLiveShape);
+        painter.drawEllipse(knob, 6, 6);
     }
     painter.restore();
 }
 
-KVMultiSelectWidget::KVMultiSelectWidget(KVCanvasWidget* first) : KVCanvasWidget(nullptr, first->GetDimensions()) {
+QPainterPath KVRectangleWidgetRotation::ShapePath(const QRectF& box) const { return KVShapeOutline("rectangle", 0, box); }
+QPainterPath KVEllipseWidgetRotation::ShapePath(const QRectF& box) const { return KVShapeOutline("ellipse", 0, box); }
+QPainterPath KVTriangleWidgetRotation::ShapePath(const QRectF& box) const {
+    return KVShapeOutline("triangle", corner, box);
+}
+QPainterPath KVPolygonWidgetRotation::ShapePath(const QRectF& box) const {
+    return KVShapeOutline("polygon", sides, box);
+}
+
+// ---------------------------------------------------------------------------
+// Frames that do not turn
+
+bool KVBaseRectWidget::IsPositionInsideWidget(float x, float y) const {
+    return std::abs(x - frame.x) <= frame.width / 2 + margin && std::abs(y - frame.y) <= frame.height / 2 + margin;
+}
+
+int KVBaseRectWidget::WhichHandle(float x, float y, float scale) const {
+    const LBoundingBox2T<float> b = frame.GetBox();
+    const float left = b.x1 - margin, top = b.y1 - margin, right = b.x2 + margin, bottom = b.y2 + margin;
+    constexpr float reach = 2;
+    if (x < left - reach || x > right + reach || y < top - reach || y > bottom + reach)
+        return KVHandleNone;
+    // Each corner's square reaches 2 pixels out of the frame and 4 in.
+    const float near = 2 * scale, far = 4 * scale;
+    const auto on = [&](float cx, float cy, float dx, float dy) {
+        const float ox = (x - cx) * dx, oy = (y - cy) * dy;
+        return ox >= -near && ox <= far && oy >= -near && oy <= far;
+    };
+    if (on(left, top, 1, 1))
+        return KVHandleTopLeft;
+    if (on(right, top, -1, 1))
+        return KVHandleTopRight;
+    if (on(right, bottom, -1, -1))
+        return KVHandleBottomRight;
+    if (on(left, bottom, 1, -1))
+        return KVHandleBottomLeft;
+    return x >= left && x <= right && y >= top && y <= bottom ? KVHandleInside : KVHandleNone;
+}
+
+bool KVBaseRectWidget::EvLButtonDown(float x, float y, const KVWidgetPress& press) {
+    int handle = WhichHandle(x, y, press.scale);
+    if (handle == KVHandleInside && (press.control || !CanMove()))
+        return false;
+    if (handle != KVHandleInside && !CanResize())
+        handle = CanMove() ? KVHandleInside : KVHandleNone;
+    if (handle == KVHandleNone)
+        return false;
+    drag.Begin(frame, handle, x, y, press.holdAspect, 0, press.moveSnap);
+    moving = true;
+    DragStarted();
+    return true;
+}
+
+bool KVBaseRectWidget::EvMouseMove(float x, float y) {
+    if (!moving)
+        return false;
+    SetDimensions(drag.MoveTo(x, y).GetBox());
+    return true;
+}
+
+bool KVBaseRectWidget::EvLButtonUp() {
+    const bool was = moving;
+    moving = false;
+    return was && !(frame == drag.GetStart());
+}
+
+void KVBaseRectWidget::Translate(float dx, float dy) {
+    frame.x += dx;
+    frame.y += dy;
+}
+
+QRectF KVBaseRectWidget::Shown(const KVWidgetPaint& paint) const {
+    const LBoundingBox2T<float> b = frame.GetBox();
+    const float x1 = std::round(paint.originX + (b.x1 - margin) * paint.zoom);
+    const float y1 = std::round(paint.originY + (b.y1 - margin) * paint.zoom);
+    const float x2 = std::round(paint.originX + (b.x2 + margin) * paint.zoom);
+    const float y2 = std::round(paint.originY + (b.y2 + margin) * paint.zoom);
+    const float r = paint.deviceRatio;
+    return {x1 / r, y1 / r, (x2 - x1) / r, (y2 - y1) / r};
+}
+
+void KVBaseRectWidget::Draw(KVWidgetPaint& paint) const {
+    QPainter& painter = paint.painter;
+    const QRectF shown = Shown(paint);
+    const float px = 1 / paint.deviceRatio;
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(Qt::black, px, moving ? Qt::DashLine : Qt::SolidLine));
+    painter.drawRect(shown);
+    // Black squares over the corners, from 2 pixels outside.
+    const float side = kRectHandle * px, out = 2 * px;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Qt::black);
+    for (QPointF c : {shown.topLeft(), shown.topRight(), shown.bottomRight(), shown.bottomLeft()}) {
+        const float x = c.x() == shown.left() ? c.x() - out : c.x() - side + out;
+        const float y = c.y() == shown.top() ? c.y() - out : c.y() - side + out;
+        painter.drawRect(QRectF(x, y, side, side));
+    }
+    painter.setBrush(Qt::NoBrush);
+}
+
+void KVBaseRectWidget::DrawDisabled(KVWidgetPaint& paint) const {
+    paint.painter.setBrush(Qt::NoBrush);
+    paint.painter.setPen(QPen(QColor(128, 128, 128), 1 / paint.deviceRatio));
+    paint.painter.drawRect(Shown(paint));
+}
+
+// ---------------------------------------------------------------------------
+// Groups
+
+KVMultiSelectWidget::KVMultiSelectWidget(KVElementWidget* first)
+    : KVBaseRectWidget(nullptr, first->GetDimensions(), kMargin) {
     members.PushBack(first);
 }
 
@@ -251,15 +307,19 @@ bool KVMultiSelectWidget::IsParentElement(const KVElement* e) const {
 }
 
 bool KVMultiSelectWidget::IsPositionInsideWidget(float x, float y) const {
+    return MemberAt(x, y) != nullptr;
+}
+
+KVElementWidget* KVMultiSelectWidget::MemberAt(float x, float y) const {
     for (const KVElementWidget& w : members)
-        if (static_cast<const KVCanvasWidget&>(w).IsPositionInsideWidget(x, y))
-            return true;
-    return false;
+        if (w.IsPositionInsideWidget(x, y))
+            return const_cast<KVElementWidget*>(&w);
+    return nullptr;
 }
 
 void KVMultiSelectWidget::Translate(float dx, float dy) {
     for (KVElementWidget& w : members)
-        static_cast<KVCanvasWidget&>(w).Translate(dx, dy);
+        w.Translate(dx, dy);
     CalculateBounds();
 }
 
@@ -270,38 +330,36 @@ void KVMultiSelectWidget::DragStarted() {
         startBoxes.push_back(w.GetDimensions());
 }
 
-void KVMultiSelectWidget::DragTo(float x, float y) {
-    FitTo(drag.MoveTo(x, y).GetBox());
-}
-
-void KVMultiSelectWidget::FitTo(const LBoundingBox2T<float>& box) {
-    // Each member keeps its place within the group's box.
-    const LBoundingBox2T<float> from = dragging ? startFrame.GetBox() : frame.GetBox();
+void KVMultiSelectWidget::SetDimensions(const LBoundingBox2T<float>& box) {
+    // Each member keeps its place within the group's box; during a drag
+    // from where it was at button down, so that nothing creeps.
+    const LBoundingBox2T<float> from = moving ? startFrame.GetBox() : frame.GetBox();
     const float sx = from.GetWidth() > 0 ? box.GetWidth() / from.GetWidth() : 1;
     const float sy = from.GetHeight() > 0 ? box.GetHeight() / from.GetHeight() : 1;
     size_t i = 0;
     for (KVElementWidget& w : members) {
-        const LBoundingBox2T<float> m = dragging && i < startBoxes.size() ? startBoxes[i] : w.GetDimensions();
+        const LBoundingBox2T<float> m = moving && i < startBoxes.size() ? startBoxes[i] : w.GetDimensions();
         ++i;
-        static_cast<KVCanvasWidget&>(w).FitTo({box.x1 + (m.x1 - from.x1) * sx, box.y1 + (m.y1 - from.y1) * sy,
-                                               box.x1 + (m.x2 - from.x1) * sx, box.y1 + (m.y2 - from.y1) * sy});
+        w.SetDimensions({box.x1 + (m.x1 - from.x1) * sx, box.y1 + (m.y1 - from.y1) * sy,
+                         box.x1 + (m.x2 - from.x1) * sx, box.y1 + (m.y2 - from.y1) * sy});
     }
     frame = KVFrame::FromBox(box);
 }
 
-void KVMultiSelectWidget::Add(KVCanvasWidget* widget) {
+void KVMultiSelectWidget::AddElement(KVElementWidget* widget) {
     members.PushBack(widget);
     CalculateBounds();
 }
 
-KVCanvasWidget* KVMultiSelectWidget::RemoveElement(float x, float y) {
-    for (KVElementWidget& w : members)
-        if (static_cast<KVCanvasWidget&>(w).IsPositionInsideWidget(x, y)) {
-            members.Remove(&w);
-            CalculateBounds();
-            return static_cast<KVCanvasWidget*>(&w);
-        }
-    return nullptr;
+KVElementWidget* KVMultiSelectWidget::RemoveElement(float x, float y) {
+    KVElementWidget* w = MemberAt(x, y);
+    if (!w)
+        return nullptr;
+    if (w == hoverMember)
+        hoverMember = nullptr;
+    members.Remove(w);
+    CalculateBounds();
+    return w;
 }
 
 void KVMultiSelectWidget::CalculateBounds() {
@@ -317,30 +375,137 @@ void KVMultiSelectWidget::CalculateBounds() {
     frame = KVFrame::FromBox(box);
 }
 
-LBoundingBox2T<float> KVSelectionDragWidget::GetBounds() const {
-    return {std::min(start.x, end.x), std::min(start.y, end.y), std::max(start.x, end.x), std::max(start.y, end.y)};
+bool KVMultiSelectWidget::SetHoverMember(float x, float y) {
+    KVElementWidget* now = MemberAt(x, y);
+    const bool changed = now != hoverMember;
+    hoverMember = now;
+    return changed;
 }
 
-void KVSelectionDragWidget::Draw(QPainter& painter, float originX, float originY, float zoom, float deviceRatio,
-                                 bool) const {
-    const LBoundingBox2T<float> box = GetBounds();
-    const QRectF shown((originX + box.x1 * zoom) / deviceRatio, (originY + box.y1 * zoom) / deviceRatio,
-                       box.GetWidth() * zoom / deviceRatio, box.GetHeight() * zoom / deviceRatio);
-    QPen dashes(Qt::black, 1.5 / deviceRatio);
-    dashes.setDashPattern({4, 4});
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(Qt::white, 1.5 / deviceRatio));
-    painter.drawRect(shown);
-    painter.setPen(dashes);
-    painter.drawRect(shown);
-}
-
-void KVMultiSelectWidget::Draw(QPainter& painter, float originX, float originY, float zoom, float deviceRatio,
-                               bool hover) const {
-    // Each member's outline marks what the group holds.
+void KVMultiSelectWidget::Draw(KVWidgetPaint& paint) const {
+    KVBaseRectWidget::Draw(paint);
+    // What the group holds; with Option, only what a click would take out.
+    if (paint.optionHeld) {
+        if (hoverMember)
+            hoverMember->DrawMultiSelection(paint);
+        return;
+    }
     for (const KVElementWidget& w : members)
-        static_cast<const KVCanvasWidget&>(w).Draw(painter, originX, originY, zoom, deviceRatio, true);
-    KVCanvasWidget::Draw(painter, originX, originY, zoom, deviceRatio, hover);
+        w.DrawMultiSelection(paint);
+}
+
+// ---------------------------------------------------------------------------
+// Lines
+
+LBoundingBox2T<float> KVBaseLineWidget::GetDimensions() const { return BoxOf(start, end); }
+
+void KVBaseLineWidget::SetDimensions(const LBoundingBox2T<float>& box) {
+    const LBoundingBox2T<float> old = GetDimensions();
+    const auto map = [&](LPointTemplate<float> p) {
+        const float fx = old.GetWidth() > 0 ? (p.x - old.x1) / old.GetWidth() : 0;
+        const float fy = old.GetHeight() > 0 ? (p.y - old.y1) / old.GetHeight() : 0;
+        return LPointTemplate<float>(box.x1 + fx * box.GetWidth(), box.y1 + fy * box.GetHeight());
+    };
+    const LPointTemplate<float> a = map(start), b = map(end);
+    start = a;
+    end = b;
+}
+
+int KVBaseLineWidget::WhichHandle(float x, float y, float scale) const {
+    const float h = scale * kLineHandle / 2;
+    if (std::abs(x - start.x) <= h && std::abs(y - start.y) <= h)
+        return KVHandleTopLeft;
+    if (std::abs(x - end.x) <= h && std::abs(y - end.y) <= h)
+        return KVHandleBottomRight;
+    return IsPositionInsideWidget(x, y) ? KVHandleInside : KVHandleNone;
+}
+
+bool KVBaseLineWidget::IsPositionInsideWidget(float x, float y) const {
+    const float dx = end.x - start.x, dy = end.y - start.y;
+    const float length2 = dx * dx + dy * dy;
+    const float t = length2 > 0 ? std::clamp(((x - start.x) * dx + (y - start.y) * dy) / length2, 0.0f, 1.0f) : 0;
+    const float ox = start.x + t * dx - x, oy = start.y + t * dy - y;
+    return ox * ox + oy * oy <= kReach * kReach;
+}
+
+bool KVBaseLineWidget::EvLButtonDown(float x, float y, const KVWidgetPress& press) {
+    activeHandle = WhichHandle(x, y, press.scale);
+    if (activeHandle == KVHandleInside && (press.control || !CanMove()))
+        activeHandle = KVHandleNone;
+    if (activeHandle == KVHandleNone)
+        return false;
+    startAtDown = start;
+    endAtDown = end;
+    grab = {x, y};
+    moving = true;
+    return true;
+}
+
+bool KVBaseLineWidget::EvMouseMove(float x, float y) {
+    if (!moving)
+        return false;
+    if (activeHandle == KVHandleTopLeft)
+        start = {x, y};
+    else if (activeHandle == KVHandleBottomRight)
+        end = {x, y};
+    else
+        Translate(startAtDown.x + x - grab.x - start.x, startAtDown.y + y - grab.y - start.y);
+    return true;
+}
+
+bool KVBaseLineWidget::EvLButtonUp() {
+    const bool was = moving;
+    moving = false;
+    return was && !(start == startAtDown && end == endAtDown);
+}
+
+void KVBaseLineWidget::Translate(float dx, float dy) {
+    start = {start.x + dx, start.y + dy};
+    end = {end.x + dx, end.y + dy};
+}
+
+void KVBaseLineWidget::DrawLine(KVWidgetPaint& paint, int alpha, float width) const {
+    const auto shown = [&](LPointTemplate<float> p) {
+        return QPointF((paint.originX + p.x * paint.zoom) / paint.deviceRatio,
+                       (paint.originY + p.y * paint.zoom) / paint.deviceRatio);
+    };
+    // White under black dashes reads on any picture.
+    paint.painter.setPen(QPen(QColor(255, 255, 255, alpha), 2 / paint.deviceRatio));
+    paint.painter.drawLine(shown(start), shown(end));
+    paint.painter.setPen(QPen(QColor(0, 0, 0, alpha), width / paint.deviceRatio, Qt::DashLine));
+    paint.painter.drawLine(shown(start), shown(end));
+}
+
+void KVBaseLineWidget::Draw(KVWidgetPaint& paint) const {
+    DrawLine(paint, 255, 1);
+    for (LPointTemplate<float> p : {start, end})
+        DrawHandle(paint.painter,
+                   QPointF((paint.originX + p.x * paint.zoom) / paint.deviceRatio,
+                           (paint.originY + p.y * paint.zoom) / paint.deviceRatio),
+                   kLineHandle / paint.deviceRatio, 1 / paint.deviceRatio);
+}
+
+void KVBaseLineWidget::DrawDisabled(KVWidgetPaint& paint) const { DrawLine(paint, 128, 1); }
+
+void KVBaseLineWidget::DrawMultiSelection(KVWidgetPaint& paint) const { DrawLine(paint, 255, 2); }
+
+// ---------------------------------------------------------------------------
+// The rubber band
+
+LBoundingBox2T<float> KVElementSelectionDragWidget::GetBounds() const { return BoxOf(start, end); }
+
+void KVElementSelectionDragWidget::Draw(KVWidgetPaint& paint) const {
+    const LBoundingBox2T<float> box = GetBounds();
+    const float r = paint.deviceRatio, zoom = paint.zoom;
+    const QRectF shown((paint.originX + box.x1 * zoom) / r, (paint.originY + box.y1 * zoom) / r,
+                       box.GetWidth() * zoom / r, box.GetHeight() * zoom / r);
+    QPen dashes(Qt::black, 1.5 / r);
+    dashes.setDashPattern({4, 4});
+    paint.painter.setBrush(Qt::NoBrush);
+    paint.painter.setPen(QPen(Qt::white, 1.5 / r));
+    paint.painter.drawRect(shown);
+    paint.painter.setPen(dashes);
+    paint.painter.drawRect(shown);
 }
 
 QPainterPath KVShapeOutline(const char* kind, int cornerOrSides, const QRectF& box) {

@@ -335,10 +335,11 @@ void KVDrawSurface::paintEvent(QPaintEvent*) {
         PaintShapePreview(p, box);
     }
 
+    KVWidgetPaint paint{p, originX, originY, zoomRatio, ratio, optionHeld && captureMode == KVCaptureSelect};
     if (selectedWidget)
-        selectedWidget->Draw(p, originX, originY, zoomRatio, ratio, false);
+        selectedWidget->Draw(paint);
     if (hoverWidget && hoverWidget != selectedWidget)
-        hoverWidget->Draw(p, originX, originY, zoomRatio, ratio, true);
+        hoverWidget->DrawDisabled(paint);
 }
 
 void KVDrawSurface::PaintShapePreview(QPainter& p, const QRectF& box) const {

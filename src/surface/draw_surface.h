@@ -25,7 +25,7 @@
 #include "document/widget.h"
 #include "target/draw_path.h"
 
-class KVCanvasWidget;
+class KVElementWidget;
 class KVElement;
 class LImageBuffer;
 class QPainter;
@@ -53,16 +53,21 @@ enum KVSurfaceMessage : unsigned {
     KVMsgWheelZoom = 39,
     KVMsgZoomChanged = 40,
     KVMsgWidgetPicked = 48,
+    // A right click: the widget under it is selected first, and goes up
+    // with the message (null when there is none) so that the window can
+    // offer what may be done with it; x, y is the control point.
+    KVMsgRightClickMenu = 56,
 };
 
 struct KVSurfaceMessageData {
     // KVMsgPathComplete: the path, whose ownership passes.
     LPtr<KVDrawPath> path;
-    // KVMsgWidgetChanged, KVMsgWidgetSelected, KVMsgWidgetPicked.
-    KVCanvasWidget* widget = nullptr;
+    // KVMsgWidgetChanged, KVMsgWidgetSelected, KVMsgWidgetPicked,
+    // KVMsgRightClickMenu.
+    KVElementWidget* widget = nullptr;
     // KVMsgPickColour.
     LGuiColor colour;
-    // KVMsgPointerPosition: canvas point; KVMsgWheelZoom: notches in x;
+    // KVMsgPointerPosition: canvas point; KVMsgRightClickMenu: control point; KVMsgWheelZoom: notches in x;
     // KVMsgZoomChanged: percent in x; KVMsgSelectionCleared: 1 in x also
     // clears the layer list's selection.
     int x = 0, y = 0;
@@ -128,12 +133,12 @@ public:
     void AddWidgets(LList<KVElementWidget>& list);
     void RemoveWidgets();
     // Null does nothing.
-    void SelectWidget(KVCanvasWidget* widget, bool userAction);
+    void SelectWidget(KVElementWidget* widget, bool userAction);
     // The widget of `element` among the unselected ones, or null.
-    KVCanvasWidget* FindWidgetOf(const KVElement* element) const;
+    KVElementWidget* FindWidgetOf(const KVElement* element) const;
     void DeselectWidget(bool clearList);
     void SelectAll();
-    KVCanvasWidget* GetSelectedWidget() const { return selectedWidget; }
+    KVElementWidget* GetSelectedWidget() const { return selectedWidget; }
     const LList<KVElementWidget>& GetWidgets() const { return widgets; }
 
 protected:
@@ -155,6 +160,7 @@ private:
     void EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long level);
     void EvMouseMove(int x, int y, Qt::KeyboardModifiers keys, bool buttonHeld, long level);
     void EvLButtonUp(int x, int y, Qt::KeyboardModifiers keys, long level);
+    void EvRButtonUp(int x, int y);
     void EvMouseWheel(int x, int y, int notches);
     // Arrow keys nudge the selection on release and on each repeat.
     bool EvKeyUp(int key, Qt::KeyboardModifiers keys);
@@ -171,7 +177,7 @@ private:
     void CreateZoomedScrolledImage();
     void AppendPressure(long level);
     void ReleasePath();
-    KVCanvasWidget* FindWidgetAt(float x, float y, const KVCanvasWidget* skip) const;
+    KVElementWidget* FindWidgetAt(float x, float y, const KVElementWidget* skip) const;
     // Starts a drag of the selected frame from the handle at (x, y), in
     // image space; false when the point is on none.
     bool BeginWidgetDrag(float x, float y, Qt::KeyboardModifiers keys);
@@ -218,8 +224,9 @@ private:
     bool tabletStroke = false;
 
     LList<KVElementWidget> widgets;
-    KVCanvasWidget* selectedWidget = nullptr;
-    // Degrees from a right angle within which a turned frame snaps to it.
-    int rotationSnap = 2;
-    KVCanvasWidget* hoverWidget = nullptr;
+    KVElementWidget* selectedWidget = nullptr;
+    // Option (Alt) is down: a group marks only the member a click with it
+    // would take out.
+    bool optionHeld = false;
+    KVElementWidget* hoverWidget = nullptr;
 };

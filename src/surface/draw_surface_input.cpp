@@ -42,11 +42,22 @@ void KVDrawSurface::mousePressEvent(QMouseEvent* event) {
 }
 
 void KVDrawSurface::mouseMoveEvent(QMouseEvent* event) {
+    // The key may have gone down or up while another window had the focus.
+    const bool option = event->modifiers() & Qt::AltModifier;
+    if (option != optionHeld) {
+        optionHeld = option;
+        viewport()->update();
+    }
     const QPoint at = DevicePoint(event->position());
     EvMouseMove(at.x(), at.y(), event->modifiers(), event->buttons() & Qt::LeftButton, -1);
 }
 
 void KVDrawSurface::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() == Qt::RightButton && !(event->buttons() & Qt::LeftButton)) {
+        const QPoint at = DevicePoint(event->position());
+        EvRButtonUp(at.x(), at.y());
+        return;
+    }
     if (event->button() != Qt::LeftButton)
         return;
     const QPoint at = DevicePoint(event->position());
@@ -106,6 +117,12 @@ void KVDrawSurface::wheelEvent(QWheelEvent* event) {
 }
 
 void KVDrawSurface::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Alt) {
+        optionHeld = true;
+        if (captureMode == KVCaptureSelect)
+            viewport()->update();
+        return;
+    }
     if (event->key() == Qt::Key_Space) {
         if (!event->isAutoRepeat()) {
             spaceHeld = true;
@@ -119,6 +136,12 @@ void KVDrawSurface::keyPressEvent(QKeyEvent* event) {
 }
 
 void KVDrawSurface::keyReleaseEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Alt) {
+        optionHeld = false;
+        if (captureMode == KVCaptureSelect)
+            viewport()->update();
+        return;
+    }
     if (event->key() == Qt::Key_Space) {
         if (!event->isAutoRepeat()) {
             spaceHeld = false;
@@ -151,10 +174,10 @@ void KVDrawSurface::EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long
     if (selectedWidget) {
         auto* group = dynamic_cast<KVMultiSelectWidget*>(selectedWidget);
         if (captureMode == KVCaptureSelect && (keys & Qt::AltModifier) && group) {
-            if (KVCanvasWidget* out = group->RemoveElement(ix, iy)) {
+            if (KVElementWidget* out = group->RemoveElement(ix, iy)) {
                 widgets.PushFront(out);
                 if (group->GetMembers()->GetCount() == 1) {
-                    auto* last = static_cast<KVCanvasWidget*>(group->GetMembers()->PopFront());
+                    KVElementWidget* last = group->GetMembers()->PopFront();
                     widgets.PushFront(last);
                     selectedWidget = nullptr;
                     delete group;
@@ -169,7 +192,7 @@ void KVDrawSurface::EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long
             return;
         }
         if (captureMode == KVCaptureSelect && (keys & Qt::ControlModifier)) {
-            KVCanvasWidget* added = hoverWidget ? hoverWidget : FindWidgetAt(ix, iy, selectedWidget);
+            KVElementWidget* added = hoverWidget ? hoverWidget : FindWidgetAt(ix, iy, selectedWidget);
             if (added && widgets.Owns(added)) {
                 if (!group) {
                     widgets.Remove(selectedWidget);
@@ -180,7 +203,7 @@ void KVDrawSurface::EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long
                     Send(KVMsgWidgetSelected, data);
                 }
                 widgets.Remove(added);
-                group->Add(added);
+                group->AddElement(added);
                 KVSurfaceMessageData data;
                 data.widget = group;
                 Send(KVMsgWidgetPicked, data);
@@ -205,7 +228,7 @@ void KVDrawSurface::EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long
         return;
     }
     case KVCaptureSelect: {
-        if (KVCanvasWidget* hit = hoverWidget ? hoverWidget : FindWidgetAt(ix, iy, nullptr)) {
+        if (KVElementWidget* hit = hoverWidget ? hoverWidget : FindWidgetAt(ix, iy, nullptr)) {
             hoverWidget = nullptr;
             SelectWidget(hit, true);
             // A press on a shape picks it up at once: select and move in one.
@@ -214,7 +237,7 @@ void KVDrawSurface::EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long
         }
         hoverWidget = nullptr;
         // The rubber band: selected until the button comes up.
-        selectedWidget = new KVSelectionDragWidget(ix, iy);
+        selectedWidget = new KVElementSelectionDragWidget(ix, iy);
         viewport()->update();
         return;
     }
@@ -256,22 +279,23 @@ void KVDrawSurface::EvMouseMove(int x, int y, Qt::KeyboardModifiers, bool button
     ConvertCoordsForWidget(ix, iy);
     switch (captureMode) {
     case KVCaptureSelect: {
-        if (auto* band = dynamic_cast<KVSelectionDragWidget*>(selectedWidget)) {
-            band->DragTo(ix, iy);
-            viewport()->update();
+        // The frame alone follows; the element waits for the release.
+        if (selectedWidget && (selectedWidget->IsMoving() || dynamic_cast<KVElementSelectionDragWidget*>(selectedWidget))) {
+            if (selectedWidget->EvMouseMove(ix, iy))
+                viewport()->update();
             return;
         }
-        if (selectedWidget && selectedWidget->IsDragging()) {
-            // The frame alone follows; the element waits for the release.
-            selectedWidget->DragTo(ix, iy);
-            viewport()->update();
-            return;
-        }
-        if (selectedWidget && !buttonHeld)
+        if (selectedWidget && !buttonHeld) {
+            const auto* turned = dynamic_cast<const KVShapeWidgetGeometry*>(selectedWidget);
             viewport()->setCursor(HandleCursor(selectedWidget->WhichHandle(ix, iy, 1 / zoomRatio),
-                                               selectedWidget->GetFrame().rotation));
+                                               turned ? turned->GetRotation() : 0.0f));
+            // The member a click with Option would take out of the group.
+            auto* group = dynamic_cast<KVMultiSelectWidget*>(selectedWidget);
+            if (group && group->SetHoverMember(ix, iy) && optionHeld)
+                viewport()->update();
+        }
         const bool inside = x >= 0 && y >= 0 && x <= GetControlWidth() && y <= GetControlHeight();
-        KVCanvasWidget* hover = inside && !buttonHeld ? FindWidgetAt(ix, iy, selectedWidget) : nullptr;
+        KVElementWidget* hover = inside && !buttonHeld ? FindWidgetAt(ix, iy, selectedWidget) : nullptr;
         if (hover != hoverWidget) {
             hoverWidget = hover;
             viewport()->update();
@@ -320,10 +344,10 @@ void KVDrawSurface::EvLButtonUp(int x, int y, Qt::KeyboardModifiers, long level)
     const int cx = TranslateToCanvasX(x), cy = TranslateToCanvasY(y);
     switch (captureMode) {
     case KVCaptureSelect:
-        if (dynamic_cast<KVSelectionDragWidget*>(selectedWidget)) {
+        if (dynamic_cast<KVElementSelectionDragWidget*>(selectedWidget)) {
             FinishRubberBand();
-        } else if (selectedWidget && selectedWidget->IsDragging()) {
-            if (selectedWidget->EndDrag()) {
+        } else if (selectedWidget && selectedWidget->IsMoving()) {
+            if (selectedWidget->EvLButtonUp()) {
                 KVSurfaceMessageData data;
                 data.widget = selectedWidget;
                 Send(KVMsgWidgetChanged, data);
@@ -385,6 +409,27 @@ void KVDrawSurface::ReleasePath() {
     viewport()->update();
 }
 
+void KVDrawSurface::EvRButtonUp(int x, int y) {
+    setFocus();
+    if (captureMode == KVCaptureSelect && !handScrolling) {
+        float ix = static_cast<float>(x), iy = static_cast<float>(y);
+        ConvertCoordsForWidget(ix, iy);
+        // What is under the pointer is what the menu is about; a click
+        // within the selection keeps it, groups included.
+        const bool onSelection = selectedWidget && selectedWidget->WhichHandle(ix, iy, 1 / zoomRatio) != KVHandleNone;
+        if (!onSelection)
+            if (KVElementWidget* hit = hoverWidget ? hoverWidget : FindWidgetAt(ix, iy, selectedWidget))
+                SelectWidget(hit, true);
+        hoverWidget = nullptr;
+        viewport()->update();
+    }
+    KVSurfaceMessageData data;
+    data.widget = captureMode == KVCaptureSelect ? selectedWidget : nullptr;
+    data.x = x;
+    data.y = y;
+    Send(KVMsgRightClickMenu, data);
+}
+
 void KVDrawSurface::EvMouseWheel(int x, int y, int notches) {
     float ix = static_cast<float>(x), iy = static_cast<float>(y);
     ConvertCoordsForWidget(ix, iy);
@@ -398,8 +443,7 @@ void KVDrawSurface::EvMouseWheel(int x, int y, int notches) {
 }
 
 bool KVDrawSurface::EvKeyUp(int key, Qt::KeyboardModifiers keys) {
-    if (captureMode != KVCaptureSelect || !selectedWidget || !IsArrow(key) ||
-        dynamic_cast<KVSelectionDragWidget*>(selectedWidget))
+    if (captureMode != KVCaptureSelect || !selectedWidget || !IsArrow(key) || !selectedWidget->CanMove())
         return false;
     const float step = (keys & Qt::ShiftModifier) ? 10.0f : 1.0f;
     const float dx = key == Qt::Key_Left ? -step : key == Qt::Key_Right ? step : 0.0f;
@@ -485,25 +529,27 @@ Qt::CursorShape KVDrawSurface::HandleCursor(int handle, float rotation) {
 }
 
 bool KVDrawSurface::BeginWidgetDrag(float x, float y, Qt::KeyboardModifiers keys) {
-    if (!selectedWidget || dynamic_cast<KVSelectionDragWidget*>(selectedWidget))
+    if (!selectedWidget || dynamic_cast<KVElementSelectionDragWidget*>(selectedWidget))
         return false;
     // Shift holds the shape's proportions.
-    if (!selectedWidget->BeginDrag(x, y, 1 / zoomRatio, keys & Qt::ShiftModifier, rotationSnap))
+    const KVWidgetPress press = KVWidgetPressFromSettings(1 / zoomRatio, keys & Qt::ShiftModifier,
+                                                          keys & Qt::ControlModifier);
+    if (!selectedWidget->EvLButtonDown(x, y, press))
         return false;
     viewport()->update();
     return true;
 }
 
-KVCanvasWidget* KVDrawSurface::FindWidgetOf(const KVElement* element) const {
+KVElementWidget* KVDrawSurface::FindWidgetOf(const KVElement* element) const {
     for (KVElementWidget& w : widgets)
         if (w.IsParentElement(element))
-            return static_cast<KVCanvasWidget*>(&w);
+            return &w;
     return nullptr;
 }
 
-KVCanvasWidget* KVDrawSurface::FindWidgetAt(float x, float y, const KVCanvasWidget* skip) const {
+KVElementWidget* KVDrawSurface::FindWidgetAt(float x, float y, const KVElementWidget* skip) const {
     for (KVElementWidget& w : widgets) {
-        auto& widget = static_cast<KVCanvasWidget&>(w);
+        KVElementWidget& widget = w;
         if (&widget != skip && widget.IsPositionInsideWidget(x, y))
             return &widget;
     }
@@ -513,7 +559,7 @@ KVCanvasWidget* KVDrawSurface::FindWidgetAt(float x, float y, const KVCanvasWidg
 void KVDrawSurface::AddWidgets(LList<KVElementWidget>& list) {
     // The selection outlives the rebuild, by its elements.
     std::vector<const KVElement*> chosen;
-    if (selectedWidget && !dynamic_cast<KVSelectionDragWidget*>(selectedWidget)) {
+    if (selectedWidget && !dynamic_cast<KVElementSelectionDragWidget*>(selectedWidget)) {
         if (LList<KVElementWidget>* members = selectedWidget->GetMembers())
             for (const KVElementWidget& m : *members)
                 chosen.push_back(m.GetElement());
@@ -522,17 +568,14 @@ void KVDrawSurface::AddWidgets(LList<KVElementWidget>& list) {
     }
     RemoveWidgets();
     while (KVElementWidget* w = list.PopFront()) {
-        if (dynamic_cast<KVCanvasWidget*>(w))
-            widgets.PushBack(w);
-        else
-            delete w;
+        widgets.PushBack(w);
     }
     KVMultiSelectWidget* group = nullptr;
-    KVCanvasWidget* single = nullptr;
+    KVElementWidget* single = nullptr;
     for (const KVElement* e : chosen)
         for (KVElementWidget& w : widgets)
             if (w.IsParentElement(e)) {
-                auto* widget = static_cast<KVCanvasWidget*>(&w);
+                auto* widget = &w;
                 if (!single) {
                     single = widget;
                 } else {
@@ -541,7 +584,7 @@ void KVDrawSurface::AddWidgets(LList<KVElementWidget>& list) {
                         group = new KVMultiSelectWidget(single);
                     }
                     widgets.Remove(widget);
-                    group->Add(widget);
+                    group->AddElement(widget);
                 }
                 break;
             }
@@ -561,7 +604,7 @@ void KVDrawSurface::RemoveWidgets() {
     viewport()->update();
 }
 
-void KVDrawSurface::SelectWidget(KVCanvasWidget* widget, bool userAction) {
+void KVDrawSurface::SelectWidget(KVElementWidget* widget, bool userAction) {
     if (!widget || widget == selectedWidget)
         return;
     if (selectedWidget)
@@ -595,17 +638,17 @@ void KVDrawSurface::SelectAll() {
         return;
     DeselectWidget(false);
     if (widgets.GetCount() == 1) {
-        SelectWidget(static_cast<KVCanvasWidget*>(widgets.GetFirst()), true);
+        SelectWidget(widgets.GetFirst(), true);
         return;
     }
-    auto* group = new KVMultiSelectWidget(static_cast<KVCanvasWidget*>(widgets.PopFront()));
+    auto* group = new KVMultiSelectWidget(widgets.PopFront());
     while (KVElementWidget* w = widgets.PopFront())
-        group->Add(static_cast<KVCanvasWidget*>(w));
+        group->AddElement(w);
     SelectWidget(group, true);
 }
 
 void KVDrawSurface::FinishRubberBand() {
-    auto* band = static_cast<KVSelectionDragWidget*>(selectedWidget);
+    auto* band = static_cast<KVElementSelectionDragWidget*>(selectedWidget);
     const LBoundingBox2T<float> box = band->GetBounds();
     selectedWidget = nullptr;
     delete band;
@@ -620,13 +663,13 @@ void KVDrawSurface::FinishRubberBand() {
         w = next;
     }
     if (caught.GetCount() >= 2) {
-        auto* group = new KVMultiSelectWidget(static_cast<KVCanvasWidget*>(caught.PopFront()));
+        auto* group = new KVMultiSelectWidget(caught.PopFront());
         while (KVElementWidget* w = caught.PopFront())
-            group->Add(static_cast<KVCanvasWidget*>(w));
+            group->AddElement(w);
         SelectWidget(group, true);
     } else if (KVElementWidget* only = caught.PopFront()) {
         widgets.PushFront(only);
-        SelectWidget(static_cast<KVCanvasWidget*>(only), true);
+        SelectWidget(only, true);
     } else {
         Send(KVMsgSelectionCleared, 1);
     }

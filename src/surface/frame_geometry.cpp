@@ -82,7 +82,44 @@ float KVSnapRotation(float degrees, int snap) {
     return degrees < 0 ? -snapped : snapped;
 }
 
-void KVFrameDrag::Begin(const KVFrame& frame, int h, float x, float y, bool keep, int snap) {
+bool KVShouldSnap(int distance, LPointTemplate<float>& point, const KVGuides& guides) {
+    bool snapped = false;
+    const auto pull = [&](float& value, const std::vector<float>& lines) {
+        for (float line : lines)
+            if (std::abs(value - line) <= static_cast<float>(distance)) {
+                value = line;
+                snapped = true;
+                return;
+            }
+    };
+    pull(point.y, guides.horizontals);
+    pull(point.x, guides.verticals);
+    return snapped;
+}
+
+bool KVShouldSnap(int distance, LBoundingBox2T<float>& box, const KVGuides& guides) {
+    bool snapped = false;
+    // Moves along one axis by the offset that puts the nearer-listed edge
+    // on the first guide in reach.
+    const auto pull = [&](float& low, float& high, const std::vector<float>& lines) {
+        for (float line : lines)
+            for (float edge : {low, high})
+                if (std::abs(edge - line) <= static_cast<float>(distance)) {
+                    low += line - edge;
+                    high += line - edge;
+                    snapped = true;
+                    return;
+                }
+    };
+    pull(box.y1, box.y2, guides.horizontals);
+    pull(box.x1, box.x2, guides.verticals);
+    return snapped;
+}
+
+void KVFrameDrag::Begin(const KVFrame& frame, int h, float x, float y, bool keep, int snap, int move,
+                        const KVGuides& lines) {
+    moveSnap = move;
+    guides = lines;
     start = frame;
     handle = h;
     grabX = x;
@@ -98,6 +135,11 @@ KVFrame KVFrameDrag::MoveTo(float x, float y) const {
     if (handle == KVHandleInside) {
         f.x += x - grabX;
         f.y += y - grabY;
+        if (moveSnap > 0) {
+            LBoundingBox2T<float> box = f.GetBox();
+            if (KVShouldSnap(moveSnap, box, guides))
+                f = KVFrame::FromBox(box, f.rotation);
+        }
         return f;
     }
     if (handle == KVHandleRotation) {
@@ -119,14 +161,18 @@ KVFrame KVFrameDrag::MoveTo(float x, float y) const {
     const float dx = p.x - g.x, dy = p.y - g.y;
     float left = start.x - start.width / 2, right = start.x + start.width / 2;
     float top = start.y - start.height / 2, bottom = start.y + start.height / 2;
+    // The dragged sides, where the pointer takes them, then onto a guide.
+    LPointTemplate<float> edge(sides.x < 0 ? left + dx : right + dx, sides.y < 0 ? top + dy : bottom + dy);
+    if (moveSnap > 0)
+        KVShouldSnap(moveSnap, edge, guides);
     if (sides.x < 0)
-        left = std::min(left + dx, right);
+        left = std::min(edge.x, right);
     if (sides.x > 0)
-        right = std::max(right + dx, left);
+        right = std::max(edge.x, left);
     if (sides.y < 0)
-        top = std::min(top + dy, bottom);
+        top = std::min(edge.y, bottom);
     if (sides.y > 0)
-        bottom = std::max(bottom + dy, top);
+        bottom = std::max(edge.y, top);
     float w = right - left, h = bottom - top;
     if (keepAspect && std::isfinite(aspect) && aspect > 0) {
         if (sides.x == 0)

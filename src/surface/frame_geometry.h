@@ -3,21 +3,11 @@
 // point is on, and where a drag from a handle takes the frame. Points are in
 // image units; `scale` is image units per device pixel (one over the zoom).
 
+#include <vector>
+
+#include "document/widget.h"
 #include "foundation/geometry.h"
 
-enum KVRectSelectedHandle {
-    KVHandleNone = 0,
-    KVHandleTopLeft = 1,
-    KVHandleTopRight = 2,
-    KVHandleBottomRight = 3,
-    KVHandleBottomLeft = 4,
-    KVHandleLeft = 5,
-    KVHandleTop = 6,
-    KVHandleRight = 7,
-    KVHandleBottom = 8,
-    KVHandleInside = 9,
-    KVHandleRotation = 10,
-};
 
 // A box turned about its centre; rotation in degrees, clockwise on screen.
 struct KVFrame {
@@ -45,12 +35,29 @@ LPointTemplate<float> KVRotatePoint(LPointTemplate<float> p, float cx, float cy,
 // Pulls an angle within `snap` degrees of a right angle onto it.
 float KVSnapRotation(float degrees, int snap);
 
+// Guides a frame snaps to: positions of the horizontal guides (y) and of
+// the vertical ones (x), in image units, in the order the user made them.
+struct KVGuides {
+    std::vector<float> horizontals;
+    std::vector<float> verticals;
+};
+
+// Puts the point on the first guide of each direction within `distance`;
+// true when it moved.
+bool KVShouldSnap(int distance, LPointTemplate<float>& point, const KVGuides& guides);
+// Moves the box, never resizes it, so that an edge lies on a guide: on the
+// first guide within `distance` of its top or bottom (top first), and then
+// of its left or right; the first in the guides' order, not the nearest.
+bool KVShouldSnap(int distance, LBoundingBox2T<float>& box, const KVGuides& guides);
+
 // One drag of a frame from button down to button up. Each move is worked
 // out from the frame at button down, so the drag never creeps.
 class KVFrameDrag {
 public:
-    // Starts dragging `handle` of `frame` from (x, y).
-    void Begin(const KVFrame& frame, int handle, float x, float y, bool keepAspect, int rotationSnap);
+    // Starts dragging `handle` of `frame` from (x, y); `moveSnap` pulls
+    // the dragged corner or the moved box onto `guides`.
+    void Begin(const KVFrame& frame, int handle, float x, float y, bool keepAspect, int rotationSnap,
+               int moveSnap = 0, const KVGuides& guides = {});
     // The frame with the pointer at (x, y).
     KVFrame MoveTo(float x, float y) const;
     int GetHandle() const { return handle; }
@@ -64,4 +71,6 @@ private:
     float aspect = 1;
     bool keepAspect = false;
     int rotationSnap = 0;
+    int moveSnap = 0;
+    KVGuides guides;
 };

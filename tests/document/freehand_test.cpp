@@ -268,6 +268,7 @@ TEST(FreehandKinds, WidgetsComeFromTheInstalledFactory) {
 // ---------------------------------------------------------------- editing
 
 struct FakePathWidget : KVElementWidget, KVPathWidgetGeometry {
+    void Draw(KVWidgetPaint&) const override {}
     KVElement* GetElement() const override { return element; }
     bool IsParentElement(const KVElement* x) const override { return x == element; }
     LBoundingBox2T<float> GetDimensions() const override { return box; }

@@ -183,6 +183,7 @@ TEST(ShapeEditing, ResizeScalesBoxAndLineWidth) {
 }
 
 struct FakeShapeWidget : KVElementWidget, KVShapeWidgetGeometry {
+    void Draw(KVWidgetPaint&) const override {}
     KVElement* GetElement() const override { return element; }
     bool IsParentElement(const KVElement* x) const override { return x == element; }
     LBoundingBox2T<float> GetDimensions() const override { return box; }

@@ -124,7 +124,7 @@ TEST_F(Canvas, ShapesAndLinesTakeTheirRecordsAndAClickMakesAThirdOfTheView) {
         ASSERT_EQ(Layer().GetElementCount(), count + 1) << c.made;
         EXPECT_EQ(UndoItems(), items + 1);
         EXPECT_STREQ(Last()->GetName(), c.made);
-        const KVCanvasWidget* selected = Surface().GetSelectedWidget();
+        const KVElementWidget* selected = Surface().GetSelectedWidget();
         ASSERT_NE(selected, nullptr) << "a new shape is selected";
         EXPECT_TRUE(selected->IsParentElement(Last()));
         const LBoundingBox2T<float> box = selected->GetDimensions();
@@ -257,8 +257,10 @@ TEST_F(Canvas, ALiveStrokeLiesWhereItsRenderLandsAtEachZoom) {
 // holds, not what the canvas shows.
 KVFrame FrameOf(KVElement& element) {
     std::unique_ptr<KVElementWidget> widget(element.GetWidget());
-    auto* frame = dynamic_cast<KVCanvasWidget*>(widget.get());
-    return frame ? frame->GetFrame() : KVFrame{};
+    if (!widget)
+        return {};
+    const auto* turned = dynamic_cast<const KVShapeWidgetGeometry*>(widget.get());
+    return KVFrame::FromBox(widget->GetDimensions(), turned ? turned->GetRotation() : 0.0f);
 }
 
 TEST_F(Canvas, ASelectedElementMovesResizesAndTurnsByItsFrameInOneUndoStepEach) {
@@ -319,14 +321,14 @@ TEST_F(Canvas, ASelectedElementMovesResizesAndTurnsByItsFrameInOneUndoStepEach) 
     }
     // All of them as a group: one drag moves every member, in one step.
     dialog.Command(KVCmSelectAll);
-    KVCanvasWidget* group = Surface().GetSelectedWidget();
+    KVElementWidget* group = Surface().GetSelectedWidget();
     ASSERT_NE(group, nullptr);
     ASSERT_NE(group->GetMembers(), nullptr);
     std::vector<KVFrame> before;
     for (KVElement& e : Layer().GetElementList())
         before.push_back(FrameOf(e));
     const unsigned long items = UndoItems();
-    const KVFrame g = group->GetFrame();
+    const KVFrame g = KVFrame::FromBox(group->GetDimensions());
     Drag({{g.x, g.y}, {g.x + 5, g.y + 5}, {g.x + 10, g.y + 10}});
     Shoot("frame-group");
     EXPECT_EQ(UndoItems(), items + 1);

@@ -22,6 +22,7 @@ class BoxElement;
 
 class BoxWidget : public KVElementWidget {
 public:
+    void Draw(KVWidgetPaint&) const override {}
     explicit BoxWidget(KVElement* e) : element(e) {}
     KVElement* GetElement() const override { return element; }
     bool IsParentElement(const KVElement* e) const override { return e == element; }
@@ -31,6 +32,7 @@ public:
 // Stands for several elements at once, as a multiple selection does.
 class MultiWidget : public KVElementWidget {
 public:
+    void Draw(KVWidgetPaint&) const override {}
     KVElement* GetElement() const override { return elements.empty() ? nullptr : elements[0]; }
     bool IsParentElement(const KVElement* e) const override {
         for (KVElement* x : elements)

@@ -84,15 +84,15 @@ protected:
     void AddBoxes(std::vector<LBoundingBox2T<float>> boxes) {
         LList<KVElementWidget> list;
         for (const auto& b : boxes)
-            list.PushBack(new KVCanvasWidget(nullptr, b));
+            list.PushBack(new KVRectangleWidgetRotation(nullptr, b, 0, 0, false));
         surface.AddWidgets(list);
     }
-    const KVCanvasWidget& Box(int i) const { return static_cast<const KVCanvasWidget&>(*surface.GetWidgets().GetAt(i)); }
+    const KVElementWidget& Box(int i) const { return *surface.GetWidgets().GetAt(i); }
     unsigned long Selected() const {
-        const KVCanvasWidget* s = surface.GetSelectedWidget();
+        const KVElementWidget* s = surface.GetSelectedWidget();
         if (!s)
             return 0;
-        auto* members = const_cast<KVCanvasWidget*>(s)->GetMembers();
+        auto* members = const_cast<KVElementWidget*>(s)->GetMembers();
         return members ? members->GetCount() : 1;
     }
 
@@ -234,7 +234,7 @@ TEST_F(DrawSurface, ClicksBandsControlAndOptionChooseTheSelection) {
         {{{120, 20}}, Qt::AltModifier, 1},                  // down to one: that one alone
         {{{300, 250}}, {}, 0},                              // empty canvas: nothing
         {{{5, 5}, {60, 200}}, {}, 2},                       // the band catches what it touches
-        {{{60, 50}, {100, 60}}, {}, 1},                     // an edge is enough
+        {{{75, 40}, {100, 60}}, {}, 1},                     // an edge is enough
     };
     for (const Step& s : steps) {
         Drag(s.gesture, s.keys);
