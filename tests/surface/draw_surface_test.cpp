@@ -16,8 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "support/test_element.h"
 #include "surface/canvas_widgets.h"
 #include "surface/draw_surface.h"
+#include "toolkit/settings.h"
 
 namespace {
 
@@ -30,12 +32,15 @@ struct Recorder : KVDrawSurfaceParent {
             surface->UpdateZoom(surface->GetZoom() * (1 + data.x * 0.125f));
         if (id == KVMsgPickColour)
             picked = data.colour;
+        widget = data.widget;
     }
     int Count(KVSurfaceMessage id) const { return static_cast<int>(std::count(ids.begin(), ids.end(), id)); }
     KVDrawSurface* surface = nullptr;
     std::vector<KVSurfaceMessage> ids;
     std::vector<std::unique_ptr<KVDrawPath>> paths;
     LGuiColor picked;
+    // Of the last message.
+    const KVElementWidget* widget = nullptr;
 };
 
 std::vector<std::pair<float, float>> Points(const KVDrawPath& path) {
@@ -281,6 +286,156 @@ TEST_F(DrawSurface, AtActualSizeEachImagePixelIsOneScreenPixelUnblurred) {
     ASSERT_EQ(shown.width(), 400);
     for (int x = 0; x < 40; ++x)
         EXPECT_EQ(qRed(shown.pixel(180 + x, 145)), x % 2 ? 0 : 255) << x;
+}
+
+TEST_F(DrawSurface, ARightClickSelectsWhatItIsOverAndSendsItUp) {
+    Show(400, 300, 1.0f);
+    surface.SetPointCaptureMode(KVCaptureSelect);
+    AddBoxes({{10, 10, 50, 50}, {100, 10, 150, 50}, {10, 100, 50, 150}});
+    const auto rightClick = [&](QPoint at) {
+        QTest::mouseClick(View(), Qt::RightButton, {}, At(at.x(), at.y()));
+        EXPECT_EQ(recorder.ids.back(), KVMsgRightClickMenu);
+        EXPECT_EQ(recorder.widget, surface.GetSelectedWidget());
+    };
+    rightClick({120, 20});
+    EXPECT_TRUE(surface.GetSelectedWidget()->IsPositionInsideWidget(120, 20)) << "the one under the pointer";
+    Drag({{20, 20}});
+    Drag({{20, 120}}, Qt::ControlModifier);
+    rightClick({30, 30});
+    EXPECT_EQ(Selected(), 2u) << "a click within a group keeps the group";
+    rightClick({300, 250});
+    EXPECT_EQ(Selected(), 2u) << "nothing under the pointer: the selection stays";
+}
+
+// Over a group with Option held only the member a click would take out is
+// marked; without it every member is.
+TEST_F(DrawSurface, OptionOverAGroupMarksOnlyTheMemberAClickWouldTakeOut) {
+    Show(400, 300, 1.0f, Qt::white);
+    surface.SetPointCaptureMode(KVCaptureSelect);
+    AddBoxes({{10, 60, 50, 100}, {100, 60, 150, 100}});
+    Drag({{20, 70}});
+    Drag({{120, 70}}, Qt::ControlModifier);
+    ASSERT_EQ(Selected(), 2u);
+    // How blue the left side of a member's outline shows, at its middle.
+    const auto marked = [&](int left) {
+        const QImage shown = View()->grab().toImage();
+        int most = 0;
+        for (int x = left - 1; x <= left + 1; ++x) {
+            const QRgb p = shown.pixel(x, 80);
+            most = std::max(most, qBlue(p) - qRed(p));
+        }
+        return most > 40;
+    };
+    QTest::mouseMove(View(), At(30, 80));
+    EXPECT_TRUE(marked(10));
+    EXPECT_TRUE(marked(100));
+    QTest::mouseMove(View(), At(30, 81));
+    QTest::keyPress(&surface, Qt::Key_Alt);
+    EXPECT_TRUE(marked(10));
+    EXPECT_FALSE(marked(100));
+    QTest::keyRelease(&surface, Qt::Key_Alt);
+    EXPECT_TRUE(marked(100));
+}
+
+// What each kind of widget lets the user and the panels do.
+TEST(ElementWidgets, EachKindAllowsItsOwnEditsAndEffects) {
+    KVInstallCanvasWidgetFactories();
+    KVShapeWidgetFactory& shapes = *KVGetShapeWidgetFactory();
+    KVPathWidgetFactory& strokes = *KVGetPathWidgetFactory();
+    KVBoxShapeProperties box;
+    box.bounds = {100, 100, 200, 150};
+    struct Row {
+        const char* kind;
+        bool fill, shadow, bevel, glow, rotate;
+        // Just outside the shape, within the frame's margin.
+        float margin;
+    } const rows[] = {
+        {"rectangle", true, true, true, true, true, 3},  {"triangle", true, true, true, true, true, 3},
+        {"text", false, true, true, false, true, 25},    {"richtext", false, true, true, false, true, 25},
+        {"image", false, false, false, false, true, 3},  {"pen", true, true, true, false, false, 3},
+        {"pencil", false, false, false, false, false, 3}, {"line", false, false, false, false, false, 0},
+    };
+    for (const Row& r : rows) {
+        kvtest::BoxElement element("e", box.bounds, r.kind);
+        const bool stroke = r.rotate == false && r.margin > 0;
+        KVLineElementProperties line;
+        line.start = {100, 100};
+        line.end = {200, 100};
+        std::unique_ptr<KVElementWidget> w(
+            std::string(r.kind) == "line" ? shapes.MakeLineWidget(&element, line)
+            : stroke                      ? strokes.MakePathWidget(&element, 3, box.bounds, nullptr, 1)
+                     : shapes.MakeBoxShapeWidget(&element, r.kind, box, 3, 0));
+        EXPECT_EQ(w->CanFillElement(), r.fill) << r.kind;
+        EXPECT_EQ(w->CanShadowElement(), r.shadow) << r.kind;
+        EXPECT_EQ(w->CanBevelElement(), r.bevel) << r.kind;
+        EXPECT_EQ(w->CanGlowElement(), r.glow) << r.kind;
+        EXPECT_EQ(w->CanRotate(), r.rotate) << r.kind;
+        EXPECT_TRUE(w->CanMove() && w->CanResize()) << r.kind;
+        EXPECT_TRUE(w->IsPositionInsideWidget(150, 100 - r.margin)) << r.kind;
+        EXPECT_FALSE(w->IsPositionInsideWidget(150, 100 - r.margin - 11)) << r.kind;
+    }
+    KVElementSelectionDragWidget band(0, 0);
+    KVMultiSelectWidget group(new KVRectangleWidgetRotation(nullptr, box.bounds, 0, 0, false));
+    for (const KVElementWidget* w : {static_cast<KVElementWidget*>(&band), static_cast<KVElementWidget*>(&group)})
+        EXPECT_FALSE(w->CanFillElement() || w->CanShadowElement() || w->CanGlowElement()) << w->GetElementName();
+    EXPECT_FALSE(band.CanMove() || band.CanResize());
+}
+
+// A frame that does not turn has handles at its corners only, of 6 device
+// pixels; with Control its body is no move, so that a click can add to a
+// group instead.
+TEST(ElementWidgets, AStrokeFrameTakesHoldByItsCornersAndBody) {
+    for (float zoom : {0.25f, 1.0f, 4.0f}) {
+        const float s = 1 / zoom;
+        // A corner's square reaches 2 pixels out, but never past 2 units.
+        const float out = std::min(2 * s, 2.0f);
+        KVPathWidget frame(nullptr, {100, 100, 200, 150}, 0);
+        struct {
+            float x, y;
+            int handle;
+        } const rows[] = {
+            {100 - out, 100 - out, KVHandleTopLeft}, {100 + 4 * s, 100 + 4 * s, KVHandleTopLeft},
+            {200, 100, KVHandleTopRight},                 {200 + out, 150 + out, KVHandleBottomRight},
+            {100, 150, KVHandleBottomLeft},               {150, 100, KVHandleInside},
+            {100 + 5 * s, 100 + 5 * s, KVHandleInside},  {150, 97, KVHandleNone},
+        };
+        for (const auto& r : rows)
+            EXPECT_EQ(frame.WhichHandle(r.x, r.y, s), r.handle) << zoom << ": " << r.x << "," << r.y;
+        KVWidgetPress press;
+        press.scale = s;
+        press.control = true;
+        EXPECT_FALSE(frame.EvLButtonDown(150, 120, press));
+        EXPECT_TRUE(frame.EvLButtonDown(200, 150, press));
+        frame.EvMouseMove(90, 90);
+        EXPECT_TRUE(frame.EvLButtonUp());
+        EXPECT_EQ(frame.GetDimensions(), (LBoundingBox2T<float>{100, 100, 100, 100})) << "stops at nothing";
+    }
+}
+
+// The user's settings say whether frames snap and how far.
+TEST(ElementWidgets, PressesSnapAsTheSettingsSay) {
+    struct {
+        bool snapping;
+        long move, turn;
+        int moveSnap, rotationSnap;
+    } const rows[] = {{true, 5, 2, 5, 2}, {true, 8, 0, 8, 0}, {false, 8, 3, 0, 0}};
+    for (const auto& r : rows) {
+        LUserSettingSet("Options", "Snapping", r.snapping);
+        LUserSettingSet("Options", "MoveSnapping", r.move);
+        LUserSettingSet("Options", "RotationSnapping", r.turn);
+        const KVWidgetPress press = KVWidgetPressFromSettings(0.5f, false, false);
+        EXPECT_EQ(press.moveSnap, r.moveSnap);
+        EXPECT_EQ(press.rotationSnap, r.rotationSnap);
+        // 89 degrees snaps to 90 only with a snap of 2 or more.
+        KVRectangleWidgetRotation frame(nullptr, {0, 0, 100, 100}, 0, 0, false);
+        ASSERT_TRUE(frame.EvLButtonDown(50, -20, press));
+        const LPointTemplate<float> at = KVRotatePoint({50, -20}, 50, 50, 89);
+        frame.EvMouseMove(at.x, at.y);
+        EXPECT_NEAR(frame.GetRotation(), r.rotationSnap >= 2 ? 90 : 89, 0.01f);
+    }
+    LUserSettingSet("Options", "Snapping", true);
+    LUserSettingSet("Options", "MoveSnapping", 5L);
+    LUserSettingSet("Options", "RotationSnapping", 2L);
 }
 
 } // namespace

@@ -106,4 +106,44 @@ TEST(FrameGeometry, RotationHandleTurnsAndSnaps) {
     }
 }
 
+// Guides pull a point or a box within reach; the first guide in the order
+// they were made wins, not the nearest, and a box never changes its size.
+TEST(FrameGeometry, FramesSnapToTheFirstGuideInReachAndKeepTheirSize) {
+    const KVGuides guides{{50, 48}, {200}};
+    struct {
+        LPointTemplate<float> point, snapped;
+    } const points[] = {
+        {{197, 53}, {200, 50}}, // both axes; 50 before 48 though 48 is nearer
+        {{100, 47}, {100, 50}}, // 50 is in reach (3) and comes first
+        {{194, 56}, {194, 56}}, // six away from each: out of reach
+    };
+    for (const auto& c : points) {
+        LPointTemplate<float> p = c.point;
+        EXPECT_EQ(KVShouldSnap(5, p, guides), !(c.point == c.snapped));
+        EXPECT_EQ(p, c.snapped) << c.point.x << "," << c.point.y;
+    }
+    struct {
+        LBoundingBox2T<float> box, snapped;
+    } const boxes[] = {
+        {{10, 46, 30, 66}, {10, 50, 30, 70}},     // its top onto 50
+        {{10, 20, 30, 47}, {10, 23, 30, 50}},     // its bottom onto 50
+        {{180, 0, 198, 10}, {182, 0, 200, 10}},   // its right onto 200
+        {{60, 60, 70, 70}, {60, 60, 70, 70}},     // nothing in reach
+    };
+    for (const auto& c : boxes) {
+        LBoundingBox2T<float> b = c.box;
+        KVShouldSnap(5, b, guides);
+        EXPECT_EQ(b, c.snapped) << c.box.x1 << "," << c.box.y1;
+    }
+    // A drag snaps the box it moves and the side it pulls, from button down.
+    const KVFrame frame = KVFrame::FromBox({0, 0, 40, 20});
+    KVFrameDrag drag;
+    drag.Begin(frame, KVHandleInside, 20, 10, false, 0, 5, guides);
+    EXPECT_EQ(drag.MoveTo(20, 37).GetBox(), (LBoundingBox2T<float>{0, 30, 40, 50}));
+    drag.Begin(frame, KVHandleBottomRight, 40, 20, false, 0, 5, guides);
+    EXPECT_EQ(drag.MoveTo(197, 46).GetBox(), (LBoundingBox2T<float>{0, 0, 200, 50}));
+    drag.Begin(frame, KVHandleBottomRight, 40, 20, false, 0, 0, guides);
+    EXPECT_EQ(drag.MoveTo(197, 46).GetBox(), (LBoundingBox2T<float>{0, 0, 197, 46})) << "snapping off";
+}
+
 } // namespace
