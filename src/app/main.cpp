@@ -23,7 +23,7 @@
 namespace {
 
 const char* const kUsage =
-    "Usage: korvane [FILE...]\n"
+    "Usage: korvane [--select-all] [FILE...]\n"
     "       korvane --export OUTPUT INPUT\n"
     "       korvane --help | --version\n"
     "\n"
@@ -31,6 +31,8 @@ const char* const kUsage =
     "with each FILE (a .kvp project, or a picture, which opens as a project\n"
     "of its own) in a tab of its own.\n"
     "\n"
+    "  --select-all           once the files are open, select everything on\n"
+    "                         the current layer, frames shown\n"
     "  --export OUTPUT INPUT  read INPUT and save it as OUTPUT, in the format\n"
     "                         that OUTPUT's extension names: .png, .jpg, .jpeg,\n"
     "                         .jp2, .tif, .tiff or .svg. INPUT may be a\n"
@@ -99,10 +101,17 @@ int RunEditor(int argc, char** argv) {
         dialog.show();
         // Qt has taken its own options out of argv by now.
         std::vector<std::string> files;
-        for (int i = 1; i < argc; ++i)
-            files.emplace_back(argv[i]);
+        bool selectAll = false;
+        for (int i = 1; i < argc; ++i) {
+            if (std::strcmp(argv[i], "--select-all") == 0)
+                selectAll = true;
+            else
+                files.emplace_back(argv[i]);
+        }
         if (!files.empty())
             dialog.EvAPICommand(files);
+        if (selectAll)
+            dialog.Command(KVCmSelectAll);
         status = application.exec();
     }
     soApplicationEventLoopFinished.Set();
@@ -133,7 +142,7 @@ int main(int argc, char** argv) {
             return UsageError("--export needs OUTPUT and INPUT", nullptr);
         return Export(argv[2], argv[3]);
     }
-    if (first[0] == '-' && first[1] == '-')
+    if (first[0] == '-' && first[1] == '-' && std::strcmp(first, "--select-all") != 0)
         return UsageError("unknown option", first);
     return RunEditor(argc, argv);
 }

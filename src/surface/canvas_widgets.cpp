@@ -128,7 +128,7 @@ void KVBaseWidgetRotation::Translate(float dx, float dy) {
     frame.y += dy;
 }
 
-void KVBaseWidgetRotation::DrawShape(KVWidgetPaint& paint, bool outline) const {
+void KVBaseWidgetRotation::DrawShape(KVWidgetPaint& paint, const QPen& pen) const {
     // Device pixels turned about the frame's centre, scaled to the logical
     // pixels the painter takes.
     QPainter& painter = paint.painter;
@@ -138,19 +138,22 @@ void KVBaseWidgetRotation::DrawShape(KVWidgetPaint& paint, bool outline) const {
     painter.rotate(frame.rotation);
     const float w = frame.width / 2 * paint.zoom, h = frame.height / 2 * paint.zoom;
     painter.setBrush(Qt::NoBrush);
-    painter.setPen(outline ? QPen(QColor(0, 90, 200, 160), 1) : QPen(kLiveShape, 1));
+    painter.setPen(pen);
     painter.drawPath(ShapePath(QRectF(-w, -h, 2 * w, 2 * h)));
     painter.restore();
 }
 
-void KVBaseWidgetRotation::DrawDisabled(KVWidgetPaint& paint) const { DrawShape(paint, true); }
+void KVBaseWidgetRotation::DrawDisabled(KVWidgetPaint& paint) const { DrawShape(paint, QPen(QColor(0, 90, 200, 160), 1)); }
 
-void KVBaseWidgetRotation::DrawMultiSelection(KVWidgetPaint& paint) const { DrawShape(paint, true); }
+// Wider than the hover's: it must read over the shape's own outline.
+void KVBaseWidgetRotation::DrawMultiSelection(KVWidgetPaint& paint) const {
+    DrawShape(paint, QPen(QColor(0, 120, 255), 2.5));
+}
 
 void KVBaseWidgetRotation::Draw(KVWidgetPaint& paint) const {
     // The shape as it will land, before the element takes it over.
     if (moving)
-        DrawShape(paint, false);
+        DrawShape(paint, QPen(kLiveShape, 1));
     QPainter& painter = paint.painter;
     const float zoom = paint.zoom;
     painter.save();

@@ -6,6 +6,7 @@
 // ends.
 
 #include <QPainterPath>
+#include <QPen>
 
 #include <vector>
 
@@ -65,9 +66,9 @@ public:
 protected:
     // The element's shape filling `box`, in the frame's own axes.
     virtual QPainterPath ShapePath(const QRectF& box) const = 0;
-    // The shape as the frame has it now, at the zoom: the live one during a
-    // drag (`outline` false), or the mark of a hover or a group.
-    void DrawShape(KVWidgetPaint& paint, bool outline) const;
+    // The shape as the frame has it now, at the zoom, in `pen`: the live one
+    // during a drag, or the mark of a hover or of a group's member.
+    void DrawShape(KVWidgetPaint& paint, const QPen& pen) const;
 
     KVElement* element;
     KVFrame frame;

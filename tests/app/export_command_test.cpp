@@ -71,7 +71,7 @@ protected:
 TEST_F(Korvane, HelpVersionAndWrongCommandLines) {
     Outcome r = Start("--help");
     EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out.find("Usage: korvane [FILE...]\n       korvane --export OUTPUT INPUT\n"), 0u);
+    EXPECT_EQ(r.out.find("Usage: korvane [--select-all] [FILE...]\n       korvane --export OUTPUT INPUT\n"), 0u);
     EXPECT_EQ(r.err, "");
 
     r = Start("--version");
