@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "document/text_elements.h"
 #include "support/test_element.h"
 #include "surface/canvas_widgets.h"
 #include "surface/draw_surface.h"
@@ -374,6 +375,18 @@ TEST(ElementWidgets, EachKindAllowsItsOwnEditsAndEffects) {
         EXPECT_TRUE(w->IsPositionInsideWidget(150, 100 - r.margin)) << r.kind;
         EXPECT_FALSE(w->IsPositionInsideWidget(150, 100 - r.margin - 11)) << r.kind;
     }
+    // A text takes its frame's move, turn included, as one change.
+    KVTextElementProperties t;
+    t.bounds = {100, 100, 200, 150};
+    t.rotation = 30;
+    KVTextElement text(t);
+    std::unique_ptr<KVElementWidget> frame(text.GetWidget());
+    ASSERT_NE(frame, nullptr);
+    EXPECT_STREQ(frame->GetElementName(), "text");
+    frame->Translate(10, 5);
+    EXPECT_TRUE(text.Update(frame.get()));
+    EXPECT_EQ(text.GetProperties().bounds, (LBoundingBox2T<float>{110, 105, 210, 155}));
+    EXPECT_FLOAT_EQ(text.GetProperties().rotation, 30);
     KVElementSelectionDragWidget band(0, 0);
     KVMultiSelectWidget group(new KVRectangleWidgetRotation(nullptr, box.bounds, 0, 0, false));
     for (const KVElementWidget* w : {static_cast<KVElementWidget*>(&band), static_cast<KVElementWidget*>(&group)})
