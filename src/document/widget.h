@@ -45,7 +45,7 @@ struct KVWidgetPress {
 
 class KVElementWidget : public LListLink<KVElementWidget> {
 public:
-    KVElementWidget(bool canMove = true, bool canResize = true) : canMove(canMove), canResize(canResize) {}
+    explicit KVElementWidget(bool canMove = true, bool canResize = true) : canMove(canMove), canResize(canResize) {}
     virtual ~KVElementWidget() = default;
     virtual KVElement* GetElement() const = 0;
     virtual bool IsParentElement(const KVElement* element) const = 0;

@@ -42,6 +42,11 @@ constexpr float kLineHandle = 8;
 
 const QColor kLiveShape(0, 90, 200);
 
+// An image point in the painter's logical pixels.
+QPointF Shown(const KVWidgetPaint& paint, LPointTemplate<float> p) {
+    return {(paint.originX + p.x * paint.zoom) / paint.deviceRatio, (paint.originY + p.y * paint.zoom) / paint.deviceRatio};
+}
+
 LBoundingBox2T<float> BoxOf(LPointTemplate<float> a, LPointTemplate<float> b) {
     return {std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x), std::max(a.y, b.y)};
 }
@@ -63,7 +68,7 @@ public:
         return new KVRectangleWidgetRotation(element, p.bounds, p.rotation, margin, std::strcmp(kind, "image") == 0);
     }
     KVElementWidget* MakeLineWidget(KVElement* element, const KVLineElementProperties& p) override {
-        return new KVBaseLineWidget(element, p.start, p.end);
+        return new KVBaseLineWidget(element, p.start, p.end, p.lineColour);
     }
     KVElementWidget* MakePathWidget(KVElement* element, int border, const LBoundingBox2T<float>& dimensions,
                                     const KVDrawPath*, float) override {
@@ -400,6 +405,13 @@ void KVMultiSelectWidget::Draw(KVWidgetPaint& paint) const {
 // ---------------------------------------------------------------------------
 // Lines
 
+KVBaseLineWidget::KVBaseLineWidget(KVElement* element, LPointTemplate<float> start, LPointTemplate<float> end,
+                                   LGuiColor colour)
+    : element(element), start(start), end(end) {
+    const auto turned = [](unsigned short channel) { return ((channel >> 8) + 0x80) & 0xFF; };
+    shown = QColor(turned(colour.red), turned(colour.green), turned(colour.blue));
+}
+
 LBoundingBox2T<float> KVBaseLineWidget::GetDimensions() const { return BoxOf(start, end); }
 
 void KVBaseLineWidget::SetDimensions(const LBoundingBox2T<float>& box) {
@@ -468,24 +480,18 @@ void KVBaseLineWidget::Translate(float dx, float dy) {
 }
 
 void KVBaseLineWidget::DrawLine(KVWidgetPaint& paint, int alpha, float width) const {
-    const auto shown = [&](LPointTemplate<float> p) {
-        return QPointF((paint.originX + p.x * paint.zoom) / paint.deviceRatio,
-                       (paint.originY + p.y * paint.zoom) / paint.deviceRatio);
-    };
     // White under black dashes reads on any picture.
     paint.painter.setPen(QPen(QColor(255, 255, 255, alpha), 2 / paint.deviceRatio));
-    paint.painter.drawLine(shown(start), shown(end));
+    paint.painter.drawLine(Shown(paint, start), Shown(paint, end));
     paint.painter.setPen(QPen(QColor(0, 0, 0, alpha), width / paint.deviceRatio, Qt::DashLine));
-    paint.painter.drawLine(shown(start), shown(end));
+    paint.painter.drawLine(Shown(paint, start), Shown(paint, end));
 }
 
 void KVBaseLineWidget::Draw(KVWidgetPaint& paint) const {
-    DrawLine(paint, 255, 1);
+    paint.painter.setPen(QPen(shown, 1 / paint.deviceRatio));
+    paint.painter.drawLine(Shown(paint, start), Shown(paint, end));
     for (LPointTemplate<float> p : {start, end})
-        DrawHandle(paint.painter,
-                   QPointF((paint.originX + p.x * paint.zoom) / paint.deviceRatio,
-                           (paint.originY + p.y * paint.zoom) / paint.deviceRatio),
-                   kLineHandle / paint.deviceRatio, 1 / paint.deviceRatio);
+        DrawHandle(paint.painter, Shown(paint, p), kLineHandle / paint.deviceRatio, 1 / paint.deviceRatio);
 }
 
 void KVBaseLineWidget::DrawDisabled(KVWidgetPaint& paint) const { DrawLine(paint, 128, 1); }

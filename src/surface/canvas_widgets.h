@@ -5,6 +5,7 @@
 // a frame that turns; strokes and groups one that does not; a line its two
 // ends.
 
+#include <QColor>
 #include <QPainterPath>
 #include <QPen>
 
@@ -212,12 +213,13 @@ private:
 };
 
 // A line's two ends, each an 8 by 8 handle; the line itself, within a reach
-// that does not shrink with the zoom, moves it.
+// that does not shrink with the zoom, moves it. It is drawn over the line in
+// the line's colour turned half round each channel, which stays visible on it.
 class KVBaseLineWidget : public KVElementWidget, public KVLineWidgetGeometry {
 public:
     static constexpr float kReach = 10;
-    KVBaseLineWidget(KVElement* element, LPointTemplate<float> start, LPointTemplate<float> end)
-        : element(element), start(start), end(end) {}
+    KVBaseLineWidget(KVElement* element, LPointTemplate<float> start, LPointTemplate<float> end,
+                     LGuiColor colour = {});
 
     KVElement* GetElement() const override { return element; }
     bool IsParentElement(const KVElement* e) const override { return e && e == element; }
@@ -240,6 +242,7 @@ private:
     void DrawLine(KVWidgetPaint& paint, int alpha, float width) const;
 
     KVElement* element;
+    QColor shown;
     LPointTemplate<float> start, end, startAtDown, endAtDown, grab;
     int activeHandle = KVHandleNone;
 };
