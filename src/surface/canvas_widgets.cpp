@@ -44,7 +44,8 @@ const QColor kLiveShape(0, 90, 200);
 
 // An image point in the painter's logical pixels.
 QPointF Shown(const KVWidgetPaint& paint, LPointTemplate<float> p) {
-    return {(paint.originX + p.x * paint.zoom) / paint.deviceRatio, (paint.originY + p.y * paint.zoom) / paint.deviceRatio};
+    return {(paint.originX + p.x * paint.zoom) / paint.deviceRatio,
+            (paint.originY + p.y * paint.zoom) / paint.deviceRatio};
 }
 
 LBoundingBox2T<float> BoxOf(LPointTemplate<float> a, LPointTemplate<float> b) {
@@ -148,7 +149,9 @@ void KVBaseWidgetRotation::DrawShape(KVWidgetPaint& paint, const QPen& pen) cons
     painter.restore();
 }
 
-void KVBaseWidgetRotation::DrawDisabled(KVWidgetPaint& paint) const { DrawShape(paint, QPen(QColor(0, 90, 200, 160), 1)); }
+void KVBaseWidgetRotation::DrawDisabled(KVWidgetPaint& paint) const {
+    DrawShape(paint, QPen(QColor(0, 90, 200, 160), 1));
+}
 
 // Wider than the hover's: it must read over the shape's own outline.
 void KVBaseWidgetRotation::DrawMultiSelection(KVWidgetPaint& paint) const {
@@ -193,8 +196,12 @@ void KVBaseWidgetRotation::Draw(KVWidgetPaint& paint) const {
     painter.restore();
 }
 
-QPainterPath KVRectangleWidgetRotation::ShapePath(const QRectF& box) const { return KVShapeOutline("rectangle", 0, box); }
-QPainterPath KVEllipseWidgetRotation::ShapePath(const QRectF& box) const { return KVShapeOutline("ellipse", 0, box); }
+QPainterPath KVRectangleWidgetRotation::ShapePath(const QRectF& box) const {
+    return KVShapeOutline("rectangle", 0, box);
+}
+QPainterPath KVEllipseWidgetRotation::ShapePath(const QRectF& box) const {
+    return KVShapeOutline("ellipse", 0, box);
+}
 QPainterPath KVTriangleWidgetRotation::ShapePath(const QRectF& box) const {
     return KVShapeOutline("triangle", corner, box);
 }

@@ -280,7 +280,8 @@ void KVDrawSurface::EvMouseMove(int x, int y, Qt::KeyboardModifiers, bool button
     switch (captureMode) {
     case KVCaptureSelect: {
         // The frame alone follows; the element waits for the release.
-        if (selectedWidget && (selectedWidget->IsMoving() || dynamic_cast<KVElementSelectionDragWidget*>(selectedWidget))) {
+        const bool band = dynamic_cast<KVElementSelectionDragWidget*>(selectedWidget) != nullptr;
+        if (selectedWidget && (selectedWidget->IsMoving() || band)) {
             if (selectedWidget->EvMouseMove(ix, iy))
                 viewport()->update();
             return;
