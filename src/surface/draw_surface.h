@@ -53,6 +53,8 @@ enum KVSurfaceMessage : unsigned {
     KVMsgWheelZoom = 39,
     KVMsgZoomChanged = 40,
     KVMsgWidgetPicked = 48,
+    // Every third click on nothing while the current layer has no widgets.
+    KVMsgEmptyLayerTip = 63,
 };
 
 struct KVSurfaceMessageData {
@@ -133,6 +135,10 @@ public:
     KVCanvasWidget* FindWidgetOf(const KVElement* element) const;
     void DeselectWidget(bool clearList);
     void SelectAll();
+    // The element's widget joins the selection, a group when there was one
+    // already; and leaves it again.
+    void AddElementToSelection(const KVElement* element);
+    void RemoveElementFromSelection(const KVElement* element);
     KVCanvasWidget* GetSelectedWidget() const { return selectedWidget; }
     const LList<KVElementWidget>& GetWidgets() const { return widgets; }
 
@@ -215,6 +221,7 @@ private:
     LPtr<KVDrawPath> drawPath;
     std::vector<long> pressureLevels;
     bool spaceHeld = false;
+    int emptyClicks = 0;
     bool tabletStroke = false;
 
     LList<KVElementWidget> widgets;

@@ -213,6 +213,8 @@ void KVDrawSurface::EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long
             return;
         }
         hoverWidget = nullptr;
+        if (widgets.IsEmpty() && ++emptyClicks % 3 == 0)
+            Send(KVMsgEmptyLayerTip);
         // The rubber band: selected until the button comes up.
         selectedWidget = new KVSelectionDragWidget(ix, iy);
         viewport()->update();
@@ -630,5 +632,64 @@ void KVDrawSurface::FinishRubberBand() {
     } else {
         Send(KVMsgSelectionCleared, 1);
     }
+    viewport()->update();
+}
+
+void KVDrawSurface::AddElementToSelection(const KVElement* element) {
+    KVCanvasWidget* widget = FindWidgetOf(element);
+    if (!widget)
+        return;
+    if (!selectedWidget || dynamic_cast<KVSelectionDragWidget*>(selectedWidget)) {
+        SelectWidget(widget, false);
+        return;
+    }
+    auto* group = dynamic_cast<KVMultiSelectWidget*>(selectedWidget);
+    if (!group) {
+        KVCanvasWidget* first = selectedWidget;
+        widgets.Remove(first);
+        group = new KVMultiSelectWidget(first);
+        selectedWidget = group;
+    }
+    widgets.Remove(widget);
+    group->Add(widget);
+    KVSurfaceMessageData data;
+    data.widget = group;
+    Send(KVMsgWidgetSelected, data);
+    viewport()->update();
+}
+
+void KVDrawSurface::RemoveElementFromSelection(const KVElement* element) {
+    if (!selectedWidget)
+        return;
+    auto* group = dynamic_cast<KVMultiSelectWidget*>(selectedWidget);
+    if (!group) {
+        if (selectedWidget->IsParentElement(element))
+            DeselectWidget(false);
+        return;
+    }
+    LList<KVElementWidget>& members = *group->GetMembers();
+    for (KVElementWidget& m : members)
+        if (m.IsParentElement(element)) {
+            widgets.PushFront(members.Remove(&m));
+            break;
+        }
+    // A group of one is no group: its member is selected alone.
+    if (members.GetCount() <= 1) {
+        auto* last = static_cast<KVCanvasWidget*>(members.PopFront());
+        selectedWidget = nullptr;
+        delete group;
+        if (last) {
+            widgets.PushFront(last);
+            SelectWidget(last, false);
+        } else {
+            Send(KVMsgSelectionCleared, 0);
+        }
+        viewport()->update();
+        return;
+    }
+    group->CalculateBounds();
+    KVSurfaceMessageData data;
+    data.widget = group;
+    Send(KVMsgWidgetSelected, data);
     viewport()->update();
 }
