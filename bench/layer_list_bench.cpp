@@ -1,5 +1,6 @@
 // The layer list of a 1024x768 project of 200 layers, each with a shape of
-// its own: the list's first fill with every thumbnail made, and the update
+// its own: the list's first fill with every thumbnail made, its first show
+// in its window (thumbnails made for the entries in view), and the update
 // that follows a change on one layer, thumbnails painted included. The aim
 // for an update is 50 ms; the counter `thumbnails` says how many were made.
 
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "document/project.h"
 #include "document/shapes.h"
 #include "shell/layer_list.h"
 
@@ -50,6 +52,23 @@ void BM_FirstFillOf200Layers(benchmark::State& state) {
     state.counters["thumbnails"] = static_cast<double>(made);
 }
 BENCHMARK(BM_FirstFillOf200Layers)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+// As the editor shows it: the window of the list, a column's top three
+// tenths high, paints only the entries in view.
+void BM_FirstShowInTheWindow(benchmark::State& state) {
+    std::unique_ptr<KVImage> image = Project(200);
+    Quiet quiet;
+    unsigned long made = 0;
+    for (auto _ : state) {
+        KVLayerListWindow window(quiet);
+        window.resize(270, 240);
+        window.GetList().UpdateLayerList(nullptr, image.get());
+        window.grab();
+        made = window.GetList().GetThumbnailRenderCount();
+    }
+    state.counters["thumbnails"] = static_cast<double>(made);
+}
+BENCHMARK(BM_FirstShowInTheWindow)->Unit(benchmark::kMillisecond)->Iterations(5);
 
 void BM_UpdateAfterAChangeOnOneLayer(benchmark::State& state) {
     std::unique_ptr<KVImage> image = Project(200);

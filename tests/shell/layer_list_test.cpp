@@ -11,12 +11,15 @@
 #include <QTest>
 #include <QTreeWidget>
 
+#include <cstdlib>
+
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "document/shapes.h"
+#include "persistence/project_file.h"
 #include "shell/layer_list.h"
 #include "shell/main_dialog.h"
 #include "shell/tools.h"
@@ -336,6 +339,67 @@ TEST_F(Layers, AChangeOnOneLayerRendersOnlyThatLayersThumbnail) {
     EXPECT_EQ(List().GetThumbnailRenderCount(), first + 1);
     const QImage green = List().GetEntries().GetAt(2)->thumbnail;
     EXPECT_EQ(QColor(green.pixel(green.width() / 2, green.height() / 2)), QColor(0, 255, 0));
+}
+
+// Whether a picture holds a pixel of about this colour.
+bool Shows(const QImage& picture, QColor colour) {
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x) {
+            const QColor c = QColor::fromRgba(picture.pixel(x, y));
+            if (c.alpha() == 255 && std::abs(c.red() - colour.red()) < 8 && std::abs(c.green() - colour.green()) < 8 &&
+                std::abs(c.blue() - colour.blue()) < 8)
+                return true;
+        }
+    return false;
+}
+
+TEST_F(Layers, FourLayersShowTheirOwnContentInTheirThumbnailsHiddenOrNot) {
+    struct Case {
+        const char* name;
+        LBoundingBox2T<float> box;
+        QColor colour;
+        bool visible;
+    } cases[] = {
+        {"Sky", {0, 0, 400, 180}, QColor(90, 160, 230), true},
+        {"Ground", {0, 180, 400, 300}, QColor(120, 80, 40), true},
+        {"Sun", {280, 30, 360, 110}, QColor(250, 210, 40), false},
+        {"House", {120, 120, 220, 230}, QColor(200, 30, 30), true},
+    };
+    for (const Case& c : cases) {
+        if (&c != cases)
+            Press(KVLayerListWindow::IdNewLayer);
+        std::unique_ptr<KVRenderLock> lock;
+        dialog.GetCurrentProject(lock);
+        KVLayer& layer = *dialog.GetSelectedLayer();
+        Image().UpdateLayerName(&layer, c.name);
+        Image().UpdateLayerVisibility(&layer, c.visible);
+        Image().AddNewElement(Rectangle(c.box.x1, c.box.y1, c.box.x2, c.box.y2,
+                                        LGuiColorAlpha(static_cast<unsigned char>(c.colour.red()),
+                                                       static_cast<unsigned char>(c.colour.green()),
+                                                       static_cast<unsigned char>(c.colour.blue()), 255)),
+                              &layer, false, true);
+    }
+    dialog.RenderCurrentProject();
+    List().grab();
+    const KVLayerListEntry* e = List().GetEntries().GetLast();
+    for (const Case& c : cases) {
+        ASSERT_NE(e, nullptr);
+        EXPECT_STREQ(e->name, c.name);
+        EXPECT_EQ(e->visible, c.visible);
+        EXPECT_TRUE(Shows(e->thumbnail, c.colour)) << c.name;
+        for (const Case& other : cases) {
+            if (&other != &c)
+                EXPECT_FALSE(Shows(e->thumbnail, other.colour)) << c.name << " shows " << other.name;
+        }
+        e = List().GetEntries().GetPrevious(e);
+    }
+    // With KV_LAYER_SHOTS set, the project and the window go there to be looked at.
+    if (const char* folder = std::getenv("KV_LAYER_SHOTS")) {
+        LProcessInterfaceVoid process;
+        EXPECT_EQ(KVProjectFileSave(process, *dialog.PeekCurrentProject(), (std::string(folder) + "/four_layers.kvp").c_str()),
+                  LProcessResultOk);
+        dialog.grab().save(QString("%1/four_layers_offscreen.png").arg(folder));
+    }
 }
 
 // The list alone, with a parent that records what it is told.
