@@ -141,10 +141,11 @@ void KVLayerListEntryDisplay::StartDrag() {
 void KVLayerListEntryDisplay::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton)
         return;
-    if (WhichHandle(event->position().toPoint().x(), event->position().toPoint().y()) == HandleGrip)
+    const QPoint p = event->position().toPoint();
+    pressHandle = WhichHandle(p.x(), p.y());
+    if (pressHandle == HandleGrip)
         StartDrag();
     buttonDown = true;
-    pressHandle = WhichHandle(event->position().toPoint().x(), event->position().toPoint().y());
 }
 
 void KVLayerListEntryDisplay::mouseMoveEvent(QMouseEvent* event) {
@@ -449,11 +450,6 @@ void KVLayerList::Layout() {
     setFixedSize(kWidth, h + static_cast<int>(entries.GetCount()) * h + (expandedEntry ? kElementListHeight : 0));
     if (layoutChanged)
         layoutChanged();
-}
-
-void KVLayerList::SetEnabledList(bool enabled) {
-    for (KVLayerListEntry& e : entries)
-        e.display->setEnabled(enabled);
 }
 
 void KVLayerList::EvReorderList(KVLayerListEntry& entry, int direction) {

@@ -161,7 +161,6 @@ public:
     void SetSelectedElement(const KVElementWidget* widget);
     void DisplayBubbleTip(const KVLayer* layer, const char* title, const char* text);
     void SetBackgroundColour(const LGuiColorAlpha& colour) { background->SetColour(colour); }
-    void SetEnabledList(bool enabled);
 
     const KVLayer* GetCurrentLayer() const { return currentEntry ? currentEntry->layer : nullptr; }
     // The layer of the entry below the current one, or null.

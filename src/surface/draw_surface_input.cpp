@@ -213,7 +213,7 @@ void KVDrawSurface::EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long
             return;
         }
         hoverWidget = nullptr;
-        if (widgets.IsEmpty() && ++emptyClicks % 3 == 0)
+        if (++emptyClicks % 3 == 0 && widgets.IsEmpty())
             Send(KVMsgEmptyLayerTip);
         // The rubber band: selected until the button comes up.
         selectedWidget = new KVSelectionDragWidget(ix, iy);
