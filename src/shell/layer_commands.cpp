@@ -196,8 +196,14 @@ void MainDialog::EvLayerRename(const KVLayer* layer, const std::string& name) {
 }
 
 void MainDialog::EvGetLayerElementList(const KVLayer* layer) {
-    if (const KVImage* image = currentProject ? currentProject->GetCurrentImage() : nullptr)
-        uiWindow->GetLayerList().UpdateElementList(layer, *image);
+    const KVImage* image = currentProject ? currentProject->GetCurrentImage() : nullptr;
+    if (!image)
+        return;
+    KVLayerList& list = uiWindow->GetLayerList();
+    list.UpdateElementList(layer, *image);
+    // A list opened now shows what the canvas has selected already.
+    if (layer == GetSelectedLayer())
+        list.SetSelectedElement(uiWindow->GetSurface().GetSelectedWidget());
 }
 
 void MainDialog::SetProjectBackground(const LGuiColorAlpha& colour) {

@@ -24,6 +24,7 @@
 #include "shell/main_dialog.h"
 #include "shell/tools.h"
 #include "shell/ui_window.h"
+#include "surface/canvas_widgets.h"
 #include "support/qt_wait.h"
 #include "toolkit/color_dialog.h"
 #include "toolkit/dialogs.h"
@@ -341,6 +342,45 @@ TEST_F(Layers, AChangeOnOneLayerRendersOnlyThatLayersThumbnail) {
     EXPECT_EQ(QColor(green.pixel(green.width() / 2, green.height() / 2)), QColor(0, 255, 0));
 }
 
+TEST_F(Layers, RowsPickedInTheElementListAreTheCanvasSelection) {
+    DrawRectangle();
+    DrawRectangle();
+    Click(Row(0), ExpanderPoint());
+    QTreeWidget& rows = List().GetElementListView();
+    ASSERT_EQ(rows.topLevelItemCount(), 2);
+    auto clickRow = [&](int row, Qt::KeyboardModifiers keys) {
+        QTest::mouseClick(rows.viewport(), Qt::LeftButton, keys, rows.visualItemRect(rows.topLevelItem(row)).center());
+    };
+    const KVElement* first = LayerNamed("Layer").GetElementList().GetFirst();
+    struct Case {
+        int row;
+        Qt::KeyboardModifiers keys;
+        unsigned long members; // 0: one element alone, or none
+        const KVElement* alone;
+    } cases[] = {
+        {0, {}, 0, first},
+        {1, Qt::ControlModifier, 2, nullptr},
+        {1, Qt::ControlModifier, 0, first},
+        {0, Qt::ControlModifier, 0, nullptr},
+    };
+    for (const Case& c : cases) {
+        clickRow(c.row, c.keys);
+        KVCanvasWidget* selected = Surface().GetSelectedWidget();
+        if (c.members) {
+            ASSERT_NE(selected, nullptr);
+            ASSERT_NE(selected->GetMembers(), nullptr);
+            EXPECT_EQ(selected->GetMembers()->GetCount(), c.members);
+        } else if (c.alone) {
+            ASSERT_NE(selected, nullptr);
+            EXPECT_TRUE(selected->IsParentElement(c.alone));
+            EXPECT_EQ(selected->GetMembers(), nullptr);
+        } else {
+            EXPECT_EQ(selected, nullptr);
+        }
+    }
+    EXPECT_EQ(dialog.GetUiWindow().GetTool(), "") << "picking leaves the drawing tool for the selection";
+}
+
 // Whether a picture holds a pixel of about this colour.
 bool Shows(const QImage& picture, QColor colour) {
     for (int y = 0; y < picture.height(); ++y)
@@ -388,8 +428,9 @@ TEST_F(Layers, FourLayersShowTheirOwnContentInTheirThumbnailsHiddenOrNot) {
         EXPECT_EQ(e->visible, c.visible);
         EXPECT_TRUE(Shows(e->thumbnail, c.colour)) << c.name;
         for (const Case& other : cases) {
-            if (&other != &c)
+            if (&other != &c) {
                 EXPECT_FALSE(Shows(e->thumbnail, other.colour)) << c.name << " shows " << other.name;
+            }
         }
         e = List().GetEntries().GetPrevious(e);
     }
