@@ -43,6 +43,9 @@ QPoint ThumbnailPoint() { return {KVLayerList::kWidth - 28 - 6 - KVLayerList::kT
 QPoint NamePoint() { return {60, 15}; }
 QPoint EyePoint() { return {KVLayerList::kWidth - 19, 15}; }
 QPoint ExpanderPoint() { return {11, 15}; }
+void ClickRow(QTreeWidget& rows, int row, Qt::KeyboardModifiers keys) {
+    QTest::mouseClick(rows.viewport(), Qt::LeftButton, keys, rows.visualItemRect(rows.topLevelItem(row)).center());
+}
 
 class Layers : public ::testing::Test {
 protected:
@@ -348,9 +351,6 @@ TEST_F(Layers, RowsPickedInTheElementListAreTheCanvasSelection) {
     Click(Row(0), ExpanderPoint());
     QTreeWidget& rows = List().GetElementListView();
     ASSERT_EQ(rows.topLevelItemCount(), 2);
-    auto clickRow = [&](int row, Qt::KeyboardModifiers keys) {
-        QTest::mouseClick(rows.viewport(), Qt::LeftButton, keys, rows.visualItemRect(rows.topLevelItem(row)).center());
-    };
     const KVElement* first = LayerNamed("Layer").GetElementList().GetFirst();
     struct Case {
         int row;
@@ -364,19 +364,11 @@ TEST_F(Layers, RowsPickedInTheElementListAreTheCanvasSelection) {
         {0, Qt::ControlModifier, 0, nullptr},
     };
     for (const Case& c : cases) {
-        clickRow(c.row, c.keys);
+        ClickRow(rows, c.row, c.keys);
         KVCanvasWidget* selected = Surface().GetSelectedWidget();
-        if (c.members) {
-            ASSERT_NE(selected, nullptr);
-            ASSERT_NE(selected->GetMembers(), nullptr);
-            EXPECT_EQ(selected->GetMembers()->GetCount(), c.members);
-        } else if (c.alone) {
-            ASSERT_NE(selected, nullptr);
-            EXPECT_TRUE(selected->IsParentElement(c.alone));
-            EXPECT_EQ(selected->GetMembers(), nullptr);
-        } else {
-            EXPECT_EQ(selected, nullptr);
-        }
+        EXPECT_EQ(selected && selected->GetMembers() ? selected->GetMembers()->GetCount() : 0, c.members);
+        EXPECT_EQ(selected && !selected->GetMembers() && selected->IsParentElement(c.alone), c.alone != nullptr);
+        EXPECT_EQ(selected == nullptr, !c.members && !c.alone);
     }
     EXPECT_EQ(dialog.GetUiWindow().GetTool(), "") << "picking leaves the drawing tool for the selection";
 }
@@ -473,13 +465,10 @@ TEST(LayerElementList, AMultiRowChangeSendsTheDeselectionsBeforeTheSelections) {
     QTreeWidget& rows = list.GetElementListView();
     ASSERT_EQ(rows.topLevelItemCount(), 3);
     EXPECT_EQ(rows.topLevelItem(0)->text(0), QString("Rectangle"));
-    auto clickRow = [&](int row, Qt::KeyboardModifiers keys) {
-        QTest::mouseClick(rows.viewport(), Qt::LeftButton, keys, rows.visualItemRect(rows.topLevelItem(row)).center());
-    };
-    clickRow(0, {});
-    clickRow(1, Qt::ControlModifier);
+    ClickRow(rows, 0, {});
+    ClickRow(rows, 1, Qt::ControlModifier);
     recorder.messages.clear();
-    clickRow(2, {});
+    ClickRow(rows, 2, {});
     const std::vector<std::pair<unsigned, const KVElement*>> expected = {
         {KVMsgElementUnpicked, elements[0]}, {KVMsgElementUnpicked, elements[1]}, {KVMsgElementPicked, elements[2]}};
     EXPECT_EQ(recorder.messages, expected);
