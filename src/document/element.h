@@ -118,6 +118,8 @@ public:
             undoStack->AddItem(new KVElementWithPropertiesUndoRedo<P>(this, properties, fresh));
         properties = fresh;
         propertiesChanged = true;
+        // A new record is a new look, wherever it came from.
+        GetCacheHandle().Invalidate();
     }
 
     void SetUndoRedoStack(LUndoRedoStack* stack) override { undoStack = stack; }

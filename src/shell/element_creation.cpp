@@ -15,6 +15,7 @@
 #include "shell/ui_window.h"
 #include "surface/canvas_widgets.h"
 #include "toolkit/dialogs.h"
+#include "toolkit/settings.h"
 
 namespace {
 
@@ -37,17 +38,6 @@ bool IsSeen(const LGuiColorAlpha& line, float width, const KVFillProperties* fil
 const char* const kPathKinds[] = {"pen", "pencil", "marker", "crayon", "brush", "spray"};
 
 } // namespace
-
-KVLayer* MainDialog::GetSelectedLayer() const {
-    // Until the layer list comes, drawing goes to the top layer.
-    const KVImage* image = currentProject ? currentProject->GetCurrentImage() : nullptr;
-    if (!image)
-        return nullptr;
-    KVLayer* top = nullptr;
-    for (LListIterator<KVLayer> it = image->GetLayers(); it; ++it)
-        top = it.Get();
-    return top;
-}
 
 void MainDialog::CmChangeTool(unsigned id) {
     const KVTool* tool = KVFindTool(id);
@@ -86,10 +76,21 @@ void MainDialog::EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& dat
         SetZoomPercent(data.x);
         break;
     case KVMsgWidgetSelected:
-    case KVMsgSelectionCleared:
     case KVMsgWidgetPicked:
     case KVMsgRightClickMenu: // may have selected what it was over
+        uiWindow->GetLayerList().SetSelectedElement(data.widget);
         UpdateCommandStates();
+        break;
+    case KVMsgSelectionCleared:
+        if (data.x)
+            uiWindow->GetLayerList().SetSelectedElement(nullptr);
+        UpdateCommandStates();
+        break;
+    case KVMsgEmptyLayerTip:
+        if (LUserSettingGet("Options", "EmptyLayerDisplay", true))
+            uiWindow->GetLayerList().DisplayBubbleTip(nullptr, "Empty Layer",
+                                                      "The current layer is empty, perhaps the item you wish to "
+                                                      "select is on a different layer?");
         break;
     }
 }
@@ -97,8 +98,10 @@ void MainDialog::EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& dat
 void MainDialog::RefreshWidgets() {
     LList<KVElementWidget> list;
     const KVImage* image = currentProject ? currentProject->GetCurrentImage() : nullptr;
-    if (image)
-        image->GetLayerWidgets(GetSelectedLayer(), list);
+    const KVLayer* layer = GetSelectedLayer();
+    // The elements of a hidden layer are not on the canvas, so not to be picked.
+    if (image && layer && layer->IsVisible())
+        image->GetLayerWidgets(layer, list);
     uiWindow->GetSurface().AddWidgets(list);
     UpdateCommandStates();
 }
@@ -126,7 +129,7 @@ void MainDialog::EvWidgetHasUpdate(KVElementWidget* widget) {
 
 void MainDialog::AddElement(KVElement* element, bool select) {
     KVLayer* layer = GetSelectedLayer();
-    if (!layer) {
+    if (!layer || !ConfirmVisibleLayer(*layer)) {
         delete element;
         return;
     }

@@ -66,6 +66,9 @@ MainDialog::MainDialog() : renderQueue(new KVRenderQueue(static_cast<KVRenderQue
     uiWindow = new KVUiWindow([this](unsigned id, const KVProject* p) { EvInterWinMessage(id, p); },
                               [this](KVSurfaceMessage id, KVSurfaceMessageData& data) { EvSurfaceMessage(id, data); },
                               this);
+    uiWindow->SetLayerSink([this](KVLayerListMessage id, KVLayerListMessageData& data) { EvLayerListMessage(id, data); });
+    // A thumbnail reads its layer while the render worker stands still.
+    uiWindow->GetLayerList().SetRenderGuard([this] { return std::shared_ptr<void>(std::make_shared<Change>(*this)); });
     SetContent(uiWindow);
     setWindowTitle(kTitle);
     resize(1100, 800);
@@ -353,6 +356,7 @@ void MainDialog::StepHistory(void (KVProject::*step)()) {
         Change change(*this);
         (currentProject->*step)();
     }
+    UpdateLayerList(nullptr);
     RefreshWidgets();
     RenderCurrentProject();
 }
@@ -382,6 +386,9 @@ void MainDialog::CmZoom(float zoom) {
 // Rendering
 
 void MainDialog::RenderCurrentProject() {
+    // Whatever asks for a picture changed the document: the thumbnails and
+    // the element list follow.
+    UpdateLayerList(nullptr);
     if (currentProject && renderQueue)
         renderQueue->Render(*currentProject);
 }

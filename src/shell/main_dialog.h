@@ -10,6 +10,7 @@
 
 #include "document/project.h"
 #include "foundation/list.h"
+#include "shell/layer_list.h"
 #include "shell/render_queue.h"
 #include "surface/draw_surface.h"
 #include "toolkit/main_window.h"
@@ -102,8 +103,24 @@ public:
     void CmInsertImage();
     // The selected stroke as a stroke of another kind (KVCmPathToPen...).
     void CmConvertPathToPath(unsigned id);
-    // The layer new elements go to.
+    // The layer new elements go to: the layer list's current one.
     KVLayer* GetSelectedLayer() const;
+
+    // The layer commands; each change is one undo step where the document
+    // keeps one (new, delete, duplicate, merge, background), none for the
+    // order, visibility and name.
+    void CmNewLayer();
+    void CmDeleteLayer(const KVLayer* layer);
+    void CmDuplicateLayer(const KVLayer* layer);
+    void CmMergeDown();
+    void EvLayerReorder(const KVLayer* layer, int index);
+    void EvLayerVisToggle(const KVLayer* layer, bool visible);
+    void EvLayerRename(const KVLayer* layer, const std::string& name);
+    void EvGetLayerElementList(const KVLayer* layer);
+    void SetProjectBackground(const LGuiColorAlpha& colour);
+    // The list again from the current project; `current` null keeps the
+    // current layer where it still exists.
+    void UpdateLayerList(const KVLayer* current);
     // False keeps the project open.
     bool EvCloseProject(const KVProject* project);
     void SelectProject(KVProject& project);
@@ -128,6 +145,9 @@ private:
 
     void AddAndSelect(KVProject* project, const char* tabName);
     void EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& data);
+    void EvLayerListMessage(KVLayerListMessage id, KVLayerListMessageData& data);
+    // Drawing on a hidden layer asks first; false when the user declined.
+    bool ConfirmVisibleLayer(KVLayer& layer);
     // The canvas's widgets again, from the selected layer.
     void RefreshWidgets();
     // The selection moved by the keys: its elements follow, then a render.

@@ -98,6 +98,9 @@ void MainDialog::SelectProject(KVProject& project) {
     else
         surface.SetNextImageZoom(zoom);
     SetZoomPercent(static_cast<int>(std::lround(zoom * 100)));
+    // Another project's layers: the list starts again at its top layer.
+    uiWindow->GetLayerList().UpdateLayerList(nullptr, nullptr);
+    UpdateLayerList(nullptr);
     RefreshWidgets();
     RenderCurrentProject();
     UpdateCommandStates();
@@ -132,8 +135,10 @@ bool MainDialog::EvCloseProject(const KVProject* target) {
         if (other)
             SelectProject(*other);
     }
-    if (project == currentProject)
+    if (project == currentProject) {
         currentProject = nullptr;
+        UpdateLayerList(nullptr);
+    }
     // The question and the save let events run, and one of them may have
     // started a render of this project again: stop it now, with nothing run
     // between here and the delete.

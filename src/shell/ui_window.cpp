@@ -1,5 +1,6 @@
 #include "shell/ui_window.h"
 
+#include <QHBoxLayout>
 #include <QTabBar>
 #include <QVBoxLayout>
 
@@ -11,7 +12,11 @@
 
 KVUiWindow::KVUiWindow(MessageSink sink, SurfaceSink surfaceSink, QWidget* parent)
     : QWidget(parent), sink(std::move(sink)), surfaceSink(std::move(surfaceSink)) {
-    auto* layout = new QVBoxLayout(this);
+    // The tabs over the canvas on the left, a column 250 wide on the right.
+    auto* columns = new QHBoxLayout(this);
+    columns->setContentsMargins(0, 0, 0, 0);
+    columns->setSpacing(0);
+    auto* layout = new QVBoxLayout;
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     tabs = new QTabBar(this);
@@ -21,6 +26,15 @@ KVUiWindow::KVUiWindow(MessageSink sink, SurfaceSink surfaceSink, QWidget* paren
     surface = new KVDrawSurface(*this, this);
     layout->addWidget(tabs);
     layout->addWidget(surface, 1);
+    columns->addLayout(layout, 1);
+    auto* right = new QVBoxLayout;
+    right->setContentsMargins(0, 0, 0, 0);
+    layerWindow = new KVLayerListWindow(*this, this);
+    layerWindow->setFixedWidth(KVLayerList::kWidth + 20);
+    // The layer list takes the top three tenths of the column.
+    right->addWidget(layerWindow, 3);
+    right->addStretch(7);
+    columns->addLayout(right);
 
     QObject::connect(tabs, &QTabBar::currentChanged, this, [this](int index) {
         if (quiet || index < 0)
@@ -36,6 +50,11 @@ void KVUiWindow::EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& dat
     if (id == KVMsgPickColour)
         SetForeground(data.colour);
     surfaceSink(id, data);
+}
+
+void KVUiWindow::EvLayerListMessage(KVLayerListMessage id, KVLayerListMessageData& data) {
+    if (layerSink)
+        layerSink(id, data);
 }
 
 int KVUiWindow::FindTab(const KVProject* project) const {

@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 
+#include "shell/layer_list.h"
 #include "surface/draw_surface.h"
 
 class KVProject;
@@ -24,11 +25,12 @@ enum KVUiMessage : unsigned {
     KVMsgSelectProject = 31,
 };
 
-class KVUiWindow : public QWidget, private KVDrawSurfaceParent {
+class KVUiWindow : public QWidget, private KVDrawSurfaceParent, private KVLayerListParent {
 public:
     // Message id and the project it is about.
     using MessageSink = std::function<void(unsigned id, const KVProject* project)>;
     using SurfaceSink = std::function<void(KVSurfaceMessage id, KVSurfaceMessageData& data)>;
+    using LayerSink = std::function<void(KVLayerListMessage id, KVLayerListMessageData& data)>;
 
     KVUiWindow(MessageSink sink, SurfaceSink surfaceSink, QWidget* parent = nullptr);
 
@@ -58,16 +60,23 @@ public:
     void SetForeground(const LGuiColor& colour);
 
     KVDrawSurface& GetSurface() const { return *surface; }
+    // The layer list at the top of the right column; its messages go to `sink`.
+    KVLayerListWindow& GetLayerListWindow() const { return *layerWindow; }
+    KVLayerList& GetLayerList() const { return layerWindow->GetList(); }
+    void SetLayerSink(LayerSink sink) { layerSink = std::move(sink); }
     QTabBar& GetTabs() const { return *tabs; }
     int FindTab(const KVProject* project) const;
 
 private:
     void EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& data) override;
+    void EvLayerListMessage(KVLayerListMessage id, KVLayerListMessageData& data) override;
 
     MessageSink sink;
     SurfaceSink surfaceSink;
     QTabBar* tabs;
     KVDrawSurface* surface;
+    KVLayerListWindow* layerWindow;
+    LayerSink layerSink;
     std::map<const KVProject*, QImage> pictures;
     const KVProject* shown = nullptr;
     bool quiet = false; // while tabs change under our own hands

@@ -57,6 +57,8 @@ enum KVSurfaceMessage : unsigned {
     // with the message (null when there is none) so that the window can
     // offer what may be done with it; x, y is the control point.
     KVMsgRightClickMenu = 56,
+    // Every third click on nothing while the current layer has no widgets.
+    KVMsgEmptyLayerTip = 63,
 };
 
 struct KVSurfaceMessageData {
@@ -138,6 +140,10 @@ public:
     KVElementWidget* FindWidgetOf(const KVElement* element) const;
     void DeselectWidget(bool clearList);
     void SelectAll();
+    // The element's widget joins the selection, a group when there was one
+    // already; and leaves it again.
+    void AddElementToSelection(const KVElement* element);
+    void RemoveElementFromSelection(const KVElement* element);
     KVElementWidget* GetSelectedWidget() const { return selectedWidget; }
     const LList<KVElementWidget>& GetWidgets() const { return widgets; }
 
@@ -221,6 +227,7 @@ private:
     LPtr<KVDrawPath> drawPath;
     std::vector<long> pressureLevels;
     bool spaceHeld = false;
+    int emptyClicks = 0;
     bool tabletStroke = false;
 
     LList<KVElementWidget> widgets;

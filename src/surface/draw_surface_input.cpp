@@ -236,6 +236,8 @@ void KVDrawSurface::EvLButtonDown(int x, int y, Qt::KeyboardModifiers keys, long
             return;
         }
         hoverWidget = nullptr;
+        if (++emptyClicks % 3 == 0 && widgets.IsEmpty())
+            Send(KVMsgEmptyLayerTip);
         // The rubber band: selected until the button comes up.
         selectedWidget = new KVElementSelectionDragWidget(ix, iy);
         viewport()->update();
@@ -674,5 +676,64 @@ void KVDrawSurface::FinishRubberBand() {
     } else {
         Send(KVMsgSelectionCleared, 1);
     }
+    viewport()->update();
+}
+
+void KVDrawSurface::AddElementToSelection(const KVElement* element) {
+    KVElementWidget* widget = FindWidgetOf(element);
+    if (!widget)
+        return;
+    if (!selectedWidget || dynamic_cast<KVElementSelectionDragWidget*>(selectedWidget)) {
+        SelectWidget(widget, false);
+        return;
+    }
+    auto* group = dynamic_cast<KVMultiSelectWidget*>(selectedWidget);
+    if (!group) {
+        KVElementWidget* first = selectedWidget;
+        widgets.Remove(first);
+        group = new KVMultiSelectWidget(first);
+        selectedWidget = group;
+    }
+    widgets.Remove(widget);
+    group->AddElement(widget);
+    KVSurfaceMessageData data;
+    data.widget = group;
+    Send(KVMsgWidgetSelected, data);
+    viewport()->update();
+}
+
+void KVDrawSurface::RemoveElementFromSelection(const KVElement* element) {
+    if (!selectedWidget)
+        return;
+    auto* group = dynamic_cast<KVMultiSelectWidget*>(selectedWidget);
+    if (!group) {
+        if (selectedWidget->IsParentElement(element))
+            DeselectWidget(false);
+        return;
+    }
+    LList<KVElementWidget>& members = *group->GetMembers();
+    for (KVElementWidget& m : members)
+        if (m.IsParentElement(element)) {
+            widgets.PushFront(members.Remove(&m));
+            break;
+        }
+    // A group of one is no group: its member is selected alone.
+    if (members.GetCount() <= 1) {
+        auto* last = members.PopFront();
+        selectedWidget = nullptr;
+        delete group;
+        if (last) {
+            widgets.PushFront(last);
+            SelectWidget(last, false);
+        } else {
+            Send(KVMsgSelectionCleared, 0);
+        }
+        viewport()->update();
+        return;
+    }
+    group->CalculateBounds();
+    KVSurfaceMessageData data;
+    data.widget = group;
+    Send(KVMsgWidgetSelected, data);
     viewport()->update();
 }

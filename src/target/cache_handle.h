@@ -13,7 +13,16 @@ public:
     KVCacheHandle& operator=(const KVCacheHandle&) = delete;
 
     bool IsValid() const { return state.load() == Valid; }
-    void Invalidate() { state.store(Invalid); }
+    // Every change of how the element looks invalidates its entry; the stamp
+    // that changes with it tells other pictures made from the element (a
+    // layer's thumbnail) that they are stale too.
+    void Invalidate() {
+        state.store(Invalid);
+        stamp.store(NextStamp());
+    }
+    // Unique among all handles ever made, so that a new element at the
+    // address of a deleted one does not pass for it.
+    unsigned long GetStamp() const { return stamp.load(); }
     int GetState() const { return state.load(); }
     void SetState(State s) { state.store(s); }
     int GetId() const { return id; }
@@ -23,5 +32,11 @@ public:
     int pathSlot = -1;
 
 private:
+    static unsigned long NextStamp() {
+        static std::atomic<unsigned long> counter{0};
+        return ++counter;
+    }
+
     std::atomic<int> state{Invalid};
+    std::atomic<unsigned long> stamp{NextStamp()};
 };
