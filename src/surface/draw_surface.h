@@ -51,6 +51,8 @@ enum KVSurfaceMessage : unsigned {
     KVMsgSelectionCleared = 16,
     KVMsgPointerPosition = 34,
     KVMsgWheelZoom = 39,
+    // A right click; the widget it selected, or the one selected before.
+    KVMsgRightClick = 56,
     KVMsgZoomChanged = 40,
     KVMsgWidgetPicked = 48,
 };
@@ -58,11 +60,11 @@ enum KVSurfaceMessage : unsigned {
 struct KVSurfaceMessageData {
     // KVMsgPathComplete: the path, whose ownership passes.
     LPtr<KVDrawPath> path;
-    // KVMsgWidgetChanged, KVMsgWidgetSelected, KVMsgWidgetPicked.
+    // KVMsgWidgetChanged, KVMsgWidgetSelected, KVMsgWidgetPicked, KVMsgRightClick.
     KVCanvasWidget* widget = nullptr;
     // KVMsgPickColour.
     LGuiColor colour;
-    // KVMsgPointerPosition: canvas point; KVMsgWheelZoom: notches in x;
+    // KVMsgPointerPosition: canvas point; KVMsgRightClick: control point; KVMsgWheelZoom: notches in x;
     // KVMsgZoomChanged: percent in x; KVMsgSelectionCleared: 1 in x also
     // clears the layer list's selection.
     int x = 0, y = 0;
@@ -120,6 +122,7 @@ public:
     void SetLineWidth(float width);
     void SetLineColor(LGuiColorAlpha colour);
     void SetStampType(KVBrushType type) { stampType = type; }
+    KVBrushType GetStampType() const { return stampType; }
     // The unit shape of the shape tool in use, or null; the caller keeps it.
     void SetPreviewElement(KVElement* element) { previewElement = element; }
     const KVStrokePreview& GetStrokePreview() const { return strokePreview; }

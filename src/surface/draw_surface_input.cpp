@@ -47,6 +47,20 @@ void KVDrawSurface::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void KVDrawSurface::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() == Qt::RightButton && !(event->buttons() & Qt::LeftButton)) {
+        // The element under the pointer is what the menu will be about.
+        const QPoint at = DevicePoint(event->position());
+        float ix = static_cast<float>(at.x()), iy = static_cast<float>(at.y());
+        ConvertCoordsForWidget(ix, iy);
+        if (captureMode == KVCaptureSelect)
+            SelectWidget(FindWidgetAt(ix, iy, nullptr), true);
+        KVSurfaceMessageData data;
+        data.widget = selectedWidget;
+        data.x = at.x();
+        data.y = at.y();
+        Send(KVMsgRightClick, data);
+        return;
+    }
     if (event->button() != Qt::LeftButton)
         return;
     const QPoint at = DevicePoint(event->position());
