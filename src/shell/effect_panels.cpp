@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -113,7 +114,7 @@ KVGlowPanel::KVGlowPanel(const char* title, KVEffectId id) : KVEffectPanel(title
     colour = new LColourButton("Glow Color", KVGlow().colour, this);
     auto* row = new QHBoxLayout;
     row->addWidget(colour);
-    row->addStretch(1);
+    row->addWidget(new QLabel("Glow Color", this), 1);
     GetBody().addLayout(row);
     colour->onChange = [this](const LGuiColorAlpha&) { Changed(); };
 }

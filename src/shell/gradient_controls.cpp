@@ -147,11 +147,7 @@ KVGradientDirectionControl::KVGradientDirectionControl(QWidget* parent) : QWidge
     setToolTip("Drag the points to set the direction of the gradient");
 }
 
-void KVGradientDirectionControl::ReInitialize() {
-    start = {0.0f, 0.5f};
-    end = {1.0f, 0.5f};
-    update();
-}
+void KVGradientDirectionControl::ReInitialize() { ReInitialize(KVGradient()); }
 
 void KVGradientDirectionControl::ReInitialize(const KVGradient& g) {
     start = g.start;
@@ -160,7 +156,7 @@ void KVGradientDirectionControl::ReInitialize(const KVGradient& g) {
 }
 
 QPointF KVGradientDirectionControl::ToPixels(const LPointTemplate<float>& p) const {
-    return {p.x * (width() - 1), p.y * (height() - 1)};
+    return {kInset + p.x * (width() - 1 - 2 * kInset), kInset + p.y * (height() - 1 - 2 * kInset)};
 }
 
 int KVGradientDirectionControl::PointAt(int x, int y) const {
@@ -175,9 +171,9 @@ int KVGradientDirectionControl::PointAt(int x, int y) const {
 }
 
 void KVGradientDirectionControl::SetPointInBounds(LPointTemplate<float>& point, int x, int y) const {
-    const int w = std::max(1, width() - 1), h = std::max(1, height() - 1);
-    x = std::clamp(x, 0, w);
-    y = std::clamp(y, 0, h);
+    const int w = std::max(1, width() - 1 - 2 * kInset), h = std::max(1, height() - 1 - 2 * kInset);
+    x = std::clamp(x - kInset, 0, w);
+    y = std::clamp(y - kInset, 0, h);
     const float mx = w / 2.0f, my = h / 2.0f;
     point.x = std::abs(x - mx) <= kSnapDistance ? 0.5f : static_cast<float>(x) / w;
     point.y = std::abs(y - my) <= kSnapDistance ? 0.5f : static_cast<float>(y) / h;

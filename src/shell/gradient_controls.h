@@ -54,13 +54,15 @@ public:
     // snaps to it, in pixels.
     static constexpr int kGrabDistance = 4;
     static constexpr int kSnapDistance = 3;
+    // The points keep this far inside the square's edge, so that they show whole.
+    static constexpr int kInset = 5;
 
     explicit KVGradientDirectionControl(QWidget* parent = nullptr);
 
     // Normalised to the square, 0 to 1.
     LPointTemplate<float> GetStart() const { return start; }
     LPointTemplate<float> GetEnd() const { return end; }
-    // The default direction: left middle to right middle.
+    // The default direction, a new gradient's.
     void ReInitialize();
     void ReInitialize(const KVGradient& g);
     // At each move of a drag.
@@ -83,8 +85,8 @@ private:
     // 0 start, 1 end, -1 none.
     int PointAt(int x, int y) const;
 
-    LPointTemplate<float> start{0.0f, 0.5f};
-    LPointTemplate<float> end{1.0f, 0.5f};
+    LPointTemplate<float> start = KVGradient().start;
+    LPointTemplate<float> end = KVGradient().end;
     int hover = -1;
     int dragged = -1;
 };

@@ -14,6 +14,7 @@
 
 #include "document/freehand.h"
 #include "document/shapes.h"
+#include "persistence/project_file.h"
 #include "shell/main_dialog.h"
 #include "shell/tool_panel.h"
 #include "shell/ui_window.h"
@@ -327,19 +328,22 @@ TEST(GradientControls, EndStopsStayAClickNearAStopPicksItAndTheMiddleSnaps) {
 
     KVGradientDirectionControl direction;
     direction.show();
-    const int mid = (direction.width() - 1) / 2, far = direction.width() - 1;
+    const int inset = KVGradientDirectionControl::kInset;
+    const int far = direction.width() - 1 - 2 * inset, mid = inset + far / 2;
     const struct {
         QPoint to;
         float x, y;
-    } moves[] = {{{mid + 2, mid - 2}, 0.5f, 0.5f}, {{10, 70}, 10.0f / far, 70.0f / far}, {{-30, 500}, 0.0f, 1.0f}};
-    QPoint from(0, mid);
+    } moves[] = {{{mid + 2, mid - 2}, 0.5f, 0.5f},
+                 {{inset + 10, inset + 60}, 10.0f / far, 60.0f / far},
+                 {{-30, 500}, 0.0f, 1.0f}};
+    QPoint from(inset, inset);
     for (const auto& m : moves) {
         QTest::mousePress(&direction, Qt::LeftButton, {}, from);
         QTest::mouseMove(&direction, m.to);
         QTest::mouseRelease(&direction, Qt::LeftButton, {}, m.to);
         EXPECT_NEAR(direction.GetStart().x, m.x, 1e-4) << m.to.x();
         EXPECT_NEAR(direction.GetStart().y, m.y, 1e-4) << m.to.y();
-        from = QPoint(static_cast<int>(std::lround(m.x * far)), static_cast<int>(std::lround(m.y * far)));
+        from = QPoint(inset + static_cast<int>(std::lround(m.x * far)), inset + static_cast<int>(std::lround(m.y * far)));
     }
     EXPECT_EQ(direction.GetEnd().x, 1.0f);
 }
@@ -408,6 +412,75 @@ TEST_F(ToolPanels, TheRightClickMenuOffersWhatTheElementAllows) {
     EXPECT_STREQ(Last()->GetName(), "crayon");
     dialog.Command(KVCmUndo);
     EXPECT_EQ(Layer().GetElementCount(), 2u);
+}
+
+// With KV_CANVAS_SHOTS set, the window with each tool's panel and the
+// drawing (also as a project file) are saved there to be looked at.
+TEST_F(ToolPanels, ADrawingMadeThroughThePanelsKeepsWhatEachPanelGave) {
+    const char* shots = std::getenv("KV_CANVAS_SHOTS");
+    auto shoot = [&](const std::string& name) {
+        if (shots)
+            dialog.grab().save(QString("%1/%2.png").arg(shots, QString::fromStdString(name)));
+    };
+    for (const KVTool& t : KVGetTools())
+        if (t.command) {
+            dialog.Command(t.command);
+            shoot(std::string("tool-") + (t.key[0] ? t.key : "select"));
+        }
+    LGuiColorAlpha next(30, 40, 140, 255);
+    LSetColourResponder([&](const LColourRequest&) { return next; });
+    QTest::mouseClick(&Panels().GetColours().GetForegroundButton(), Qt::LeftButton);
+
+    // A rectangle filled with a gradient of three stops, with a shadow and
+    // an outer glow.
+    dialog.Command(KVCmToolRectangle);
+    Give(KVIdSize, 3);
+    dialog.Command(KVCmGradient);
+    dialog.Command(KVCmShadow);
+    dialog.Command(KVCmOuterGlow);
+    KVGradientColorSlider& slider = Panels().GetGradientPanel().GetSlider();
+    next = LGuiColorAlpha(250, 150, 20, 255);
+    QTest::mouseClick(&slider, Qt::LeftButton, {}, QPoint(slider.width() / 2, 8));
+    shoot("effects");
+    Drag({{30, 30}, {170, 130}});
+    // A soft brush stroke, and a filled polygon of seven sides.
+    dialog.Command(KVCmToolBrush);
+    next = LGuiColorAlpha(200, 30, 60, 255);
+    QTest::mouseClick(&Panels().GetColours().GetForegroundButton(), Qt::LeftButton);
+    Give(KVIdSize, 24);
+    Give(3004, 50);
+    Stroke(200);
+    dialog.Command(KVCmToolPolygon);
+    Give(3004, 7);
+    next = LGuiColorAlpha(40, 160, 80, 255);
+    QTest::mouseClick(&Panels().GetColours().GetFillButton(), Qt::LeftButton);
+    Drag({{230, 20}, {380, 160}});
+    Idle();
+    kvtest::WaitFor([&] { return dialog.GetRenderResults().IsEmpty(); });
+    kvtest::Pump(200);
+    shoot("drawing");
+
+    ASSERT_EQ(Layer().GetElementCount(), 3u);
+    auto* rectangle = dynamic_cast<KVRectangleElement*>(Layer().GetElementList().GetFirst());
+    ASSERT_TRUE(rectangle);
+    const KVRectangleElementProperties r = rectangle->GetProperties();
+    ASSERT_TRUE(r.gradient && r.shadow && r.outerGlow);
+    EXPECT_EQ(r.gradient->GetStopCount(), 3u);
+    EXPECT_EQ(r.lineWidth, 3);
+    EXPECT_EQ(r.lineColour, LGuiColorAlpha(30, 40, 140, 255));
+    auto* brush = dynamic_cast<KVBrushElement*>(rectangle->GetNext());
+    ASSERT_TRUE(brush);
+    EXPECT_EQ(brush->GetProperties().softness, 50);
+    EXPECT_FALSE(brush->GetProperties().path->GetCoords().IsEmpty());
+    const KVPolygonElementProperties polygon = Record<KVPolygonElement>();
+    EXPECT_EQ(polygon.sides, 7u);
+    ASSERT_TRUE(polygon.fill);
+    EXPECT_EQ(*polygon.fill, LGuiColorAlpha(40, 160, 80, 255));
+    EXPECT_FALSE(polygon.shadow) << "effects belong to the element they were added for";
+    if (shots) {
+        LProcessInterfaceVoid process;
+        KVProjectFileSave(process, *dialog.PeekCurrentProject(), (std::string(shots) + "/drawing.kvp").c_str());
+    }
 }
 
 } // namespace
