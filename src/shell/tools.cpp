@@ -48,7 +48,8 @@ const std::vector<KVTool>& KVGetTools() {
          F::Unchanged, KVBrushRoundPen},
         {KVCmToolCrop, "crop", "Crop", "Crop the current image", KVCaptureCrop, "", W::None, F::Unchanged},
         // Chosen by the colour controls, not by a command.
-        {0, "eyedropper", "Eyedropper", "Pick a colour from the picture", KVCaptureEyedropper, ""},
+        {0, "eyedropper", "Eyedropper", "Pick a colour from the picture", KVCaptureEyedropper, "", W::None,
+         F::Unchanged},
     };
     return tools;
 }

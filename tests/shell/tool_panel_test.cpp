@@ -5,15 +5,19 @@
 
 #include <gtest/gtest.h>
 
+#include <QAction>
+#include <QCheckBox>
 #include <QLabel>
 #include <QSlider>
 #include <QSpinBox>
 #include <QTest>
 
+#include <array>
 #include <filesystem>
 
 #include "document/freehand.h"
 #include "document/shapes.h"
+#include "document/text_elements.h"
 #include "persistence/project_file.h"
 #include "shell/main_dialog.h"
 #include "shell/tool_panel.h"
@@ -80,6 +84,11 @@ protected:
     KVElement* Last() { return Layer().GetElementList().GetLast(); }
     template <class E> auto Record() { return dynamic_cast<E&>(*Last()).GetProperties(); }
     bool RenderAsked() { return !dialog.GetRenderResults().IsEmpty(); }
+    void ColorPickerClick(LColourButton& button) {
+        Idle();
+        QTest::mouseClick(&button, Qt::LeftButton);
+        Idle();
+    }
 
     MainDialog dialog;
 };
@@ -410,6 +419,125 @@ TEST_F(ToolPanels, TheRightClickMenuOffersWhatTheElementAllows) {
     QTest::mouseClick(Surface().viewport(), Qt::RightButton, {}, At(150, 100));
     EXPECT_EQ(Layer().GetElementCount(), 1u);
     EXPECT_STREQ(Last()->GetName(), "crayon");
+    dialog.Command(KVCmUndo);
+    EXPECT_EQ(Layer().GetElementCount(), 2u);
+}
+
+TEST_F(ToolPanels, EffectsAreOfferedOnlyWhereTheyApply) {
+    // Gradient, shadow, bevel, inner glow, outer glow.
+    const std::pair<unsigned, std::array<bool, 5>> cases[] = {
+        {KVCmToolRectangle, {true, true, true, true, true}},  {KVCmToolPolygon, {true, true, true, true, true}},
+        {KVCmToolPen, {true, true, true, false, false}},      {KVCmToolText, {false, true, true, false, false}},
+        {KVCmToolPencil, {false, false, false, false, false}}, {KVCmToolLine, {false, false, false, false, false}},
+        {KVCmToolSelect, {false, false, false, false, false}},
+    };
+    const std::pair<unsigned, KVEffectId> effects[] = {{KVCmGradient, KVEffectGradient},
+                                                       {KVCmShadow, KVEffectShadow},
+                                                       {KVCmBevelEmboss, KVEffectBevel},
+                                                       {KVCmInnerGlow, KVEffectInnerGlow},
+                                                       {KVCmOuterGlow, KVEffectOuterGlow}};
+    for (const auto& [tool, offered] : cases) {
+        dialog.Command(tool);
+        for (size_t i = 0; i < 5; ++i) {
+            EXPECT_EQ(dialog.GetAction(effects[i].first)->isEnabled(), offered[i]) << tool << " " << i;
+            // The command turns it on where it is offered, and only once.
+            dialog.Command(effects[i].first);
+            EXPECT_EQ(Panels().IsEffectShown(effects[i].second), offered[i]) << tool << " " << i;
+            EXPECT_FALSE(dialog.GetAction(effects[i].first)->isEnabled());
+        }
+        Panels().HideEffects();
+    }
+}
+
+TEST_F(ToolPanels, ColourChangesGoToTheSelectedElementAndSwapTradesThem) {
+    dialog.Command(KVCmToolRectangle);
+    Drag({{100, 100}, {200, 160}});
+    ASSERT_TRUE(Surface().GetSelectedWidget());
+    LGuiColorAlpha next(10, 120, 250, 255);
+    LSetColourResponder([&](const LColourRequest&) { return next; });
+    ColorPickerClick(Panels().GetColours().GetForegroundButton());
+    next = LGuiColorAlpha(250, 240, 10, 255);
+    ColorPickerClick(Panels().GetColours().GetFillButton());
+    KVRectangleElementProperties r = Record<KVRectangleElement>();
+    EXPECT_EQ(r.lineColour, LGuiColorAlpha(10, 120, 250, 255));
+    ASSERT_TRUE(r.fill);
+    EXPECT_EQ(*r.fill, LGuiColorAlpha(250, 240, 10, 255));
+    const unsigned long items = UndoItems();
+    Idle();
+    QTest::mouseClick(&Panels().GetColours().GetSwapButton(), Qt::LeftButton);
+    Idle();
+    r = Record<KVRectangleElement>();
+    EXPECT_EQ(r.lineColour, LGuiColorAlpha(250, 240, 10, 255));
+    EXPECT_EQ(*r.fill, LGuiColorAlpha(10, 120, 250, 255));
+    EXPECT_GE(UndoItems(), items + 1);
+    // The next stroke draws in the foreground.
+    Surface().DeselectWidget(true);
+    dialog.Command(KVCmToolCrayon);
+    Stroke(220);
+    EXPECT_EQ(Record<KVCrayonElement>().colour, LGuiColorAlpha(250, 240, 10, 255));
+}
+
+TEST_F(ToolPanels, TheTextPanelFormatsANewTextAndEveryRunOfAText) {
+    LSetTextInputResponder([](const LTextInputRequest&) { return std::optional<std::string>("Panels"); });
+    dialog.Command(KVCmToolText);
+    Give(3004, 30);
+    dynamic_cast<QCheckBox*>(Panels().GetShownPanel()->GetControl(KVIdBold))->click();
+    Drag({{40, 50}, {300, 140}});
+    LSetTextInputResponder(nullptr);
+    auto& element = dynamic_cast<KVRichTextElement&>(*Last());
+    EXPECT_EQ(element.GetProperties().segments.at(0).size, 30);
+    EXPECT_TRUE(element.GetProperties().segments.at(0).bold);
+    // What a selected text will take from the panel: each run's format, its
+    // text kept.
+    KVRichTextElementProperties two = element.GetProperties();
+    two.segments.push_back(two.segments[0]);
+    element.SetProperties(two, false, nullptr);
+    Give(3004, 48);
+    KVRichTextElementProperties p = element.GetProperties();
+    Panels().GetSelectedToolProperties(p);
+    element.SetPropertiesFromPanel(p, true);
+    for (const KVRichTextSegment& run : element.GetProperties().segments) {
+        EXPECT_EQ(run.size, 48);
+        EXPECT_TRUE(run.bold);
+        EXPECT_STREQ(run.text.Get(), "Panels");
+    }
+}
+
+TEST(CropPanel, ShowsTheFramesSizeInPixelsAndInTheProjectsUnit) {
+    KVCropPanel panel;
+    const struct {
+        long w, h;
+        double ppi;
+        bool metric;
+        const char* width;
+        const char* height;
+    } cases[] = {
+        {144, 72, 72, false, "Width: 144 px   2.00 in", "Height: 72 px   1.00 in"},
+        {300, 150, 300, true, "Width: 300 px   2.54 cm", "Height: 150 px   1.27 cm"},
+        {10, 10, 0, false, "Width: 10 px   0.00 in", "Height: 10 px   0.00 in"},
+    };
+    for (const auto& c : cases) {
+        panel.SetCropSize(c.w, c.h, c.ppi, c.metric);
+        const QList<QLabel*> lines = panel.findChildren<QLabel*>();
+        QStringList texts;
+        for (QLabel* l : lines)
+            texts << l->text();
+        EXPECT_TRUE(texts.contains(c.width)) << texts.join('|').toStdString();
+        EXPECT_TRUE(texts.contains(c.height)) << texts.join('|').toStdString();
+    }
+}
+
+TEST_F(ToolPanels, DeletingAGroupIsOneStep) {
+    dialog.Command(KVCmToolRectangle);
+    Drag({{40, 40}, {90, 90}});
+    Drag({{120, 40}, {190, 90}});
+    dialog.Command(KVCmSelectAll);
+    ASSERT_TRUE(dialog.GetAction(KVCmDelete)->isEnabled());
+    const unsigned long items = UndoItems();
+    dialog.Command(KVCmDelete);
+    EXPECT_EQ(Layer().GetElementCount(), 0u);
+    EXPECT_EQ(UndoItems(), items + 1);
+    EXPECT_FALSE(dialog.GetAction(KVCmDelete)->isEnabled());
     dialog.Command(KVCmUndo);
     EXPECT_EQ(Layer().GetElementCount(), 2u);
 }
