@@ -156,7 +156,7 @@ BENCHMARK(BM_OneWidthChangeToPicture)->Unit(benchmark::kMillisecond)->Iterations
 void BM_DragBrushWidthOnSelectedStroke(benchmark::State& state) { DragSlider(state, KVIdSize, 10, 60); }
 BENCHMARK(BM_DragBrushWidthOnSelectedStroke)->Unit(benchmark::kMillisecond)->Iterations(3);
 
-void BM_DragBrushSoftnessOnSelectedStroke(benchmark::State& state) { DragSlider(state, 3004, 0, 50); }
+void BM_DragBrushSoftnessOnSelectedStroke(benchmark::State& state) { DragSlider(state, KVIdSoftness, 0, 50); }
 BENCHMARK(BM_DragBrushSoftnessOnSelectedStroke)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 } // namespace

@@ -98,12 +98,12 @@ KVToolPanel::KVToolPanel(KVColorPicker& picker, QWidget* parent) : QScrollArea(p
     layout->setSpacing(6);
     setWidget(holder);
 
-    AddPanel("pen", pen = new KVPenPanel("Pen", 0, 3006));
-    AddPanel("pencil", pencil = new KVPencilPanel("Pencil", 1, 3005));
-    AddPanel("brush", brush = new KVBrushPanel("Brush", 1, 3008));
-    AddPanel("spray", spray = new KVSprayPanel("Spray Paint", 1, 3010));
-    AddPanel("marker", marker = new KVMarkerPanel("Marker", 1, 3010));
-    AddPanel("crayon", crayon = new KVCrayonPanel("Crayon", 5, 3005));
+    AddPanel("pen", pen = new KVPenPanel("Pen", 0, KVIdPenSmoothing));
+    AddPanel("pencil", pencil = new KVPencilPanel("Pencil", 1, KVIdPencilSmoothing));
+    AddPanel("brush", brush = new KVBrushPanel("Brush", 1, KVIdBrushSmoothing));
+    AddPanel("spray", spray = new KVSprayPanel("Spray Paint", 1, KVIdSpraySmoothing));
+    AddPanel("marker", marker = new KVMarkerPanel("Marker", 1, KVIdSpraySmoothing));
+    AddPanel("crayon", crayon = new KVCrayonPanel("Crayon", 5, KVIdPencilSmoothing));
     AddPanel("line", line = new KVLinePanel);
     AddPanel("rectangle", rectangle = new KVRectanglePanel("Rectangle"));
     AddPanel("ellipse", ellipse = new KVEllipsePanel("Ellipse"));

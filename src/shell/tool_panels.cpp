@@ -101,7 +101,7 @@ KVFreehandPanel<P>::KVFreehandPanel(const char* title, int minimumSize, int smoo
     const P defaults;
     AddNumber(KVIdSize, "Brush Size:", minimumSize, 500, static_cast<int>(std::lround(defaults.width)));
     if constexpr (requires { defaults.softness; })
-        AddNumber(3004, "Softness:", 0, 50, defaults.softness);
+        AddNumber(KVIdSoftness, "Softness:", 0, 50, defaults.softness);
     AddNumber(smoothingId, "Smoothing:", 0, 100, Percent(defaults.curviness));
     if constexpr (requires { defaults.penType; }) {
         AddChooser(KVIdPenType, "Pen Type", {"Round", "Calligraphy", "Reverse Calligraphy"}, defaults.penType);
@@ -114,7 +114,7 @@ template <class P> void KVFreehandPanel<P>::GetProperties(P& p) const {
     p.width = static_cast<float>(GetValue(KVIdSize));
     p.curviness = static_cast<float>(GetValue(smoothingId)) / 100.0f;
     if constexpr (requires { p.softness; })
-        p.softness = GetValue(3004);
+        p.softness = GetValue(KVIdSoftness);
     if constexpr (requires { p.penType; }) {
         p.penType = static_cast<KVBrushType>(GetValue(KVIdPenType));
         p.joinStyle = GetValue(KVIdJoinStyle);
@@ -125,7 +125,7 @@ template <class P> void KVFreehandPanel<P>::SetProperties(const P& p) {
     SetValue(KVIdSize, static_cast<int>(std::lround(p.width)));
     SetValue(smoothingId, Percent(p.curviness));
     if constexpr (requires { p.softness; })
-        SetValue(3004, p.softness);
+        SetValue(KVIdSoftness, p.softness);
     if constexpr (requires { p.penType; }) {
         SetValue(KVIdPenType, p.penType >= 0 && p.penType <= 2 ? p.penType : 0);
         SetValue(KVIdJoinStyle, p.joinStyle >= 0 && p.joinStyle <= 2 ? p.joinStyle : 0);
@@ -145,19 +145,19 @@ template <class P> KVShapePanel<P>::KVShapePanel(const char* title) : KVPanel(ti
     const P defaults;
     AddNumber(KVIdSize, "Border Width:", 0, 500, static_cast<int>(std::lround(defaults.lineWidth)));
     if constexpr (requires { defaults.sides; })
-        AddNumber(3004, "Number of Sides:", 3, 10, static_cast<int>(defaults.sides));
+        AddNumber(KVIdSides, "Number of Sides:", 3, 10, static_cast<int>(defaults.sides));
 }
 
 template <class P> void KVShapePanel<P>::GetProperties(P& p) const {
     p.lineWidth = static_cast<float>(GetValue(KVIdSize));
     if constexpr (requires { p.sides; })
-        p.sides = static_cast<unsigned long>(GetValue(3004));
+        p.sides = static_cast<unsigned long>(GetValue(KVIdSides));
 }
 
 template <class P> void KVShapePanel<P>::SetProperties(const P& p) {
     SetValue(KVIdSize, static_cast<int>(std::lround(p.lineWidth)));
     if constexpr (requires { p.sides; })
-        SetValue(3004, static_cast<int>(p.sides));
+        SetValue(KVIdSides, static_cast<int>(p.sides));
 }
 
 template class KVShapePanel<KVRectangleElementProperties>;
@@ -212,11 +212,11 @@ KVTextPanel::KVTextPanel() : KVPanel("Text") {
     AddCheck(KVIdUnderline, "Underline", defaults.underline);
     AddChooser(KVIdAlignment, "Alignment", {"Align Left", "Center", "Align Right"}, defaults.alignment);
     // A new text box has always started at 24, whatever a record made otherwise holds.
-    AddNumber(3004, "Font Size:", 1, 255, 24);
+    AddNumber(KVIdFontSize, "Font Size:", 1, 255, 24);
     // What dragging the frame does: one or the other.
     auto* frame = new QButtonGroup(this);
-    frame->addButton(&AddCheck(3014, "Distort Text", false));
-    frame->addButton(&AddCheck(3015, "Resize Bounds", true));
+    frame->addButton(&AddCheck(KVIdDistortText, "Distort Text", false));
+    frame->addButton(&AddCheck(KVIdResizeBounds, "Resize Bounds", true));
 }
 
 void KVTextPanel::GetProperties(KVTextElementProperties& p) const {
@@ -227,7 +227,7 @@ void KVTextPanel::GetProperties(KVTextElementProperties& p) const {
     p.italic = GetValue(KVIdItalic);
     p.underline = GetValue(KVIdUnderline);
     p.alignment = GetValue(KVIdAlignment);
-    p.fontSize = static_cast<unsigned long>(GetValue(3004));
+    p.fontSize = static_cast<unsigned long>(GetValue(KVIdFontSize));
 }
 
 void KVTextPanel::SetProperties(const KVTextElementProperties& p) {
@@ -239,7 +239,7 @@ void KVTextPanel::SetProperties(const KVTextElementProperties& p) {
     SetValue(KVIdItalic, p.italic);
     SetValue(KVIdUnderline, p.underline);
     SetValue(KVIdAlignment, p.alignment);
-    SetValue(3004, static_cast<int>(p.fontSize));
+    SetValue(KVIdFontSize, static_cast<int>(p.fontSize));
 }
 
 void KVTextPanel::GetProperties(KVRichTextElementProperties& p) const {
@@ -275,7 +275,7 @@ void KVTextPanel::SetProperties(const KVRichTextElementProperties& p) {
 
 KVEraserPanel::KVEraserPanel() : KVPanel("Eraser") {
     AddNumber(KVIdSize, "Brush Size:", 1, 500, 20);
-    AddNumber(3004, "Softness:", 0, 50, 0);
+    AddNumber(KVIdSoftness, "Softness:", 0, 50, 0);
 }
 
 KVWandPanel::KVWandPanel() : KVPanel("Magic Wand") { AddNumber(KVIdSize, "Tolerance:", 0, 200, 5); }
@@ -309,7 +309,7 @@ const char* const kBezierKinds[][2] = {{"Pencil", "pencil"}, {"Pen", "pen"},    
 } // namespace
 
 KVBezierPanel::KVBezierPanel() : KVPanel("Bezier") {
-    QComboBox& kinds = AddChooser(3000, "Stroke", {}, -1);
+    QComboBox& kinds = AddChooser(KVIdStrokeKind, "Stroke", {}, -1);
     for (const auto& kind : kBezierKinds)
         kinds.addItem(kind[0], QString(kind[1]));
     kinds.setCurrentIndex(1);
@@ -318,7 +318,7 @@ KVBezierPanel::KVBezierPanel() : KVPanel("Bezier") {
 }
 
 const char* KVBezierPanel::GetStrokeKind() const {
-    const int index = GetValue(3000);
+    const int index = GetValue(KVIdStrokeKind);
     return index >= 0 && index < 6 ? kBezierKinds[index][1] : "pen";
 }
 
@@ -329,17 +329,17 @@ KVPolyLinePanel::KVPolyLinePanel() : KVPanel("Poly Line") {
 
 KVImagePanel::KVImagePanel() : KVPanel("Image") {
     const KVImageElementProperties defaults;
-    AddCheck(3000, "Lock Aspect Ratio", true);
-    AddCheck(3001, "Use Vectorization of Image", defaults.vectorized);
-    AddNumber(3002, "Detail:", 0, 100, defaults.detail);
+    AddCheck(KVIdLockAspect, "Lock Aspect Ratio", true);
+    AddCheck(KVIdVectorize, "Use Vectorization of Image", defaults.vectorized);
+    AddNumber(KVIdDetail, "Detail:", 0, 100, defaults.detail);
 }
 
 void KVImagePanel::GetProperties(KVImageElementProperties& p) const {
-    p.vectorized = GetValue(3001);
-    p.detail = GetValue(3002);
+    p.vectorized = GetValue(KVIdVectorize);
+    p.detail = GetValue(KVIdDetail);
 }
 
 void KVImagePanel::SetProperties(const KVImageElementProperties& p) {
-    SetValue(3001, p.vectorized);
-    SetValue(3002, p.detail);
+    SetValue(KVIdVectorize, p.vectorized);
+    SetValue(KVIdDetail, p.detail);
 }

@@ -20,10 +20,23 @@ class QCheckBox;
 class QLabel;
 class QPushButton;
 
-// Ids of the controls that have none of their own; the numbered ones are
-// given by each panel.
+// The controls by id. A panel's own numbers are shared between panels (3004
+// is the brush's softness and the polygon's sides); the rest are ours.
 enum KVPanelControlId : int {
+    KVIdStrokeKind = 3000,
+    KVIdLockAspect = 3000,
     KVIdSize = 3001,
+    KVIdVectorize = 3001,
+    KVIdDetail = 3002,
+    KVIdSoftness = 3004,
+    KVIdSides = 3004,
+    KVIdFontSize = 3004,
+    KVIdPencilSmoothing = 3005,
+    KVIdPenSmoothing = 3006,
+    KVIdBrushSmoothing = 3008,
+    KVIdSpraySmoothing = 3010,
+    KVIdDistortText = 3014,
+    KVIdResizeBounds = 3015,
     KVIdLineEditing = 3100,
     KVIdPenType = 3101,
     KVIdJoinStyle = 3102,
@@ -146,5 +159,5 @@ public:
     KVImagePanel();
     void GetProperties(KVImageElementProperties& p) const;
     void SetProperties(const KVImageElementProperties& p);
-    bool IsAspectLocked() const { return GetValue(3000) != 0; }
+    bool IsAspectLocked() const { return GetValue(KVIdLockAspect) != 0; }
 };

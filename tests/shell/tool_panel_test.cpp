@@ -186,11 +186,11 @@ TEST_F(ToolPanels, APanelChangeOnASelectedElementIsOneUndoStepAndARender) {
     } cases[] = {
         {KVCmToolRectangle, KVIdSize, 7,
          [](KVElement& e) { return dynamic_cast<KVRectangleElement&>(e).GetProperties().lineWidth; }},
-        {KVCmToolPolygon, 3004, 7,
+        {KVCmToolPolygon, KVIdSides, 7,
          [](KVElement& e) { return static_cast<float>(dynamic_cast<KVPolygonElement&>(e).GetProperties().sides); }},
         {KVCmToolLine, KVIdSize, 9,
          [](KVElement& e) { return dynamic_cast<KVLineElement&>(e).GetProperties().lineWidth; }},
-        {KVCmToolBrush, 3004, 50,
+        {KVCmToolBrush, KVIdSoftness, 50,
          [](KVElement& e) { return static_cast<float>(dynamic_cast<KVBrushElement&>(e).GetProperties().softness); }},
         {KVCmToolMarker, KVIdSize, 33,
          [](KVElement& e) { return dynamic_cast<KVMarkerElement&>(e).GetProperties().width; }},
@@ -238,7 +238,7 @@ TEST_F(ToolPanels, SmoothingFitsASelectedStrokeAgain) {
     };
     const std::vector<float> fitted = controls();
     const unsigned long items = UndoItems();
-    Give(3005, 0);
+    Give(KVIdPencilSmoothing, 0);
     EXPECT_EQ(UndoItems(), items + 1);
     EXPECT_EQ(Record<KVPencilElement>().curviness, 0.0f);
     EXPECT_NE(controls(), fitted);
@@ -250,7 +250,7 @@ TEST_F(ToolPanels, TheNextElementTakesThePanelsColoursAndEffects) {
     LSetColourResponder([](const LColourRequest&) { return LGuiColorAlpha(200, 30, 40, 255); });
     QTest::mouseClick(&Panels().GetColours().GetForegroundButton(), Qt::LeftButton);
     dialog.Command(KVCmToolBrush);
-    Give(3004, 50);
+    Give(KVIdSoftness, 50);
     Give(KVIdSize, 24);
     Stroke(60);
     const KVBrushElementProperties brush = Record<KVBrushElement>();
@@ -259,7 +259,7 @@ TEST_F(ToolPanels, TheNextElementTakesThePanelsColoursAndEffects) {
     EXPECT_EQ(brush.colour, LGuiColorAlpha(200, 30, 40, 255));
 
     dialog.Command(KVCmToolPolygon);
-    Give(3004, 7);
+    Give(KVIdSides, 7);
     dialog.Command(KVCmShadow);
     dialog.Command(KVCmOuterGlow);
     dialog.Command(KVCmGradient);
@@ -480,7 +480,7 @@ TEST_F(ToolPanels, ColourChangesGoToTheSelectedElementAndSwapTradesThem) {
 TEST_F(ToolPanels, TheTextPanelFormatsANewTextAndEveryRunOfAText) {
     LSetTextInputResponder([](const LTextInputRequest&) { return std::optional<std::string>("Panels"); });
     dialog.Command(KVCmToolText);
-    Give(3004, 30);
+    Give(KVIdFontSize, 30);
     dynamic_cast<QCheckBox*>(Panels().GetShownPanel()->GetControl(KVIdBold))->click();
     Drag({{40, 50}, {300, 140}});
     LSetTextInputResponder(nullptr);
@@ -492,7 +492,7 @@ TEST_F(ToolPanels, TheTextPanelFormatsANewTextAndEveryRunOfAText) {
     KVRichTextElementProperties two = element.GetProperties();
     two.segments.push_back(two.segments[0]);
     element.SetProperties(two, false, nullptr);
-    Give(3004, 48);
+    Give(KVIdFontSize, 48);
     KVRichTextElementProperties p = element.GetProperties();
     Panels().GetSelectedToolProperties(p);
     element.SetPropertiesFromPanel(p, true);
@@ -576,10 +576,10 @@ TEST_F(ToolPanels, ADrawingMadeThroughThePanelsKeepsWhatEachPanelGave) {
     next = LGuiColorAlpha(200, 30, 60, 255);
     QTest::mouseClick(&Panels().GetColours().GetForegroundButton(), Qt::LeftButton);
     Give(KVIdSize, 24);
-    Give(3004, 50);
+    Give(KVIdSoftness, 50);
     Stroke(200);
     dialog.Command(KVCmToolPolygon);
-    Give(3004, 7);
+    Give(KVIdSides, 7);
     next = LGuiColorAlpha(40, 160, 80, 255);
     QTest::mouseClick(&Panels().GetColours().GetFillButton(), Qt::LeftButton);
     Drag({{230, 20}, {380, 160}});
