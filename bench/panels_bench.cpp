@@ -54,7 +54,8 @@ KVElement* LongStroke() {
     auto* path = new KVDrawPath(1920, 1080, nullptr);
     for (int i = 0; i < 5000; ++i) {
         const float t = i / 5000.0f;
-        path->AddCoord(new KVDrawCoord(100 + 1700 * t, 540 + 400 * std::sin(t * 60.0f) * std::cos(t * 7.0f)));
+        path->AddCoord(
+            new KVDrawCoord(100 + 1700 * t, 540 + 400 * std::sin(t * 60.0f) * std::cos(t * 7.0f)));
     }
     KVBrushElementProperties p;
     p.width = 12;
@@ -72,7 +73,8 @@ void OpenProject(MainDialog& dialog) {
     for (int i = 0; i < 499; ++i)
         image.AddNewElement(RandomShape(rng), image.GetFirstLayer(), false, false);
     image.AddNewElement(LongStroke(), image.GetFirstLayer(), false, false);
-    const std::string path = (std::filesystem::temp_directory_path() / "kv-panels-bench.kvp").string();
+    const std::string path =
+        (std::filesystem::temp_directory_path() / "kv-panels-bench.kvp").string();
     LProcessInterfaceVoid process;
     KVProjectFileSave(process, project, path.c_str());
     dialog.CmOpenFile(path.c_str());
@@ -86,12 +88,15 @@ void DragSlider(benchmark::State& state, int control, int low, int high) {
     dialog.KillTimer(0);
     dialog.show();
     OpenProject(dialog);
-    auto idle = [&] { return dialog.GetRenderResults().IsEmpty() && !dialog.GetRenderThread().IsRunning(); };
+    auto idle = [&] {
+        return dialog.GetRenderResults().IsEmpty() && !dialog.GetRenderThread().IsRunning();
+    };
     PumpUntil(idle);
     KVDrawSurface& surface = dialog.GetUiWindow().GetSurface();
     const KVElement* stroke = dialog.GetSelectedLayer()->GetElementList().GetLast();
     surface.SelectWidget(surface.FindWidgetOf(stroke), true);
-    auto* number = dynamic_cast<LPanelNumber*>(dialog.GetUiWindow().GetToolPanel().GetPanel("brush")->GetControl(control));
+    auto* number = dynamic_cast<LPanelNumber*>(
+        dialog.GetUiWindow().GetToolPanel().GetPanel("brush")->GetControl(control));
     double pictures = 0, seconds = 0;
     int value = low, step = 1;
     for (auto _ : state) {
@@ -136,11 +141,15 @@ void BM_OneWidthChangeToPicture(benchmark::State& state) {
     dialog.KillTimer(0);
     dialog.show();
     OpenProject(dialog);
-    auto idle = [&] { return dialog.GetRenderResults().IsEmpty() && !dialog.GetRenderThread().IsRunning(); };
+    auto idle = [&] {
+        return dialog.GetRenderResults().IsEmpty() && !dialog.GetRenderThread().IsRunning();
+    };
     PumpUntil(idle);
     KVDrawSurface& surface = dialog.GetUiWindow().GetSurface();
-    surface.SelectWidget(surface.FindWidgetOf(dialog.GetSelectedLayer()->GetElementList().GetLast()), true);
-    auto* number = dynamic_cast<LPanelNumber*>(dialog.GetUiWindow().GetToolPanel().GetPanel("brush")->GetControl(KVIdSize));
+    surface.SelectWidget(
+        surface.FindWidgetOf(dialog.GetSelectedLayer()->GetElementList().GetLast()), true);
+    auto* number = dynamic_cast<LPanelNumber*>(
+        dialog.GetUiWindow().GetToolPanel().GetPanel("brush")->GetControl(KVIdSize));
     int value = 10;
     for (auto _ : state) {
         const qint64 before = surface.GetDisplayedImage().cacheKey();
@@ -153,10 +162,14 @@ void BM_OneWidthChangeToPicture(benchmark::State& state) {
 }
 BENCHMARK(BM_OneWidthChangeToPicture)->Unit(benchmark::kMillisecond)->Iterations(10);
 
-void BM_DragBrushWidthOnSelectedStroke(benchmark::State& state) { DragSlider(state, KVIdSize, 10, 60); }
+void BM_DragBrushWidthOnSelectedStroke(benchmark::State& state) {
+    DragSlider(state, KVIdSize, 10, 60);
+}
 BENCHMARK(BM_DragBrushWidthOnSelectedStroke)->Unit(benchmark::kMillisecond)->Iterations(3);
 
-void BM_DragBrushSoftnessOnSelectedStroke(benchmark::State& state) { DragSlider(state, KVIdSoftness, 0, 50); }
+void BM_DragBrushSoftnessOnSelectedStroke(benchmark::State& state) {
+    DragSlider(state, KVIdSoftness, 0, 50);
+}
 BENCHMARK(BM_DragBrushSoftnessOnSelectedStroke)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 } // namespace
@@ -164,7 +177,8 @@ BENCHMARK(BM_DragBrushSoftnessOnSelectedStroke)->Unit(benchmark::kMillisecond)->
 int main(int argc, char** argv) {
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     // Settings, recovery files and cache of the benchmark stay out of the user's folders.
-    const std::string home = (std::filesystem::temp_directory_path() / "kv-panels-bench-home").string();
+    const std::string home =
+        (std::filesystem::temp_directory_path() / "kv-panels-bench-home").string();
     setenv("XDG_DATA_HOME", (home + "/data").c_str(), 1);
     setenv("XDG_CONFIG_HOME", (home + "/config").c_str(), 1);
     setenv("XDG_CACHE_HOME", (home + "/cache").c_str(), 1);

@@ -15,7 +15,8 @@ constexpr int kPanelGlowStrength = 5;
 
 } // namespace
 
-KVEffectPanel::KVEffectPanel(const char* title, KVEffectId effect) : LPanelSection(title, true), id(effect) {}
+KVEffectPanel::KVEffectPanel(const char* title, KVEffectId effect)
+    : LPanelSection(title, true), id(effect) {}
 
 LPanelNumber& KVEffectPanel::AddNumber(const char* label, int minimum, int maximum, int value) {
     auto* number = new LPanelNumber(label, minimum, maximum, value, this);
@@ -47,7 +48,9 @@ KVGradientPanel::KVGradientPanel() : KVEffectPanel("Gradient", KVEffectGradient)
     QObject::connect(remove, &QPushButton::clicked, this, [this] { slider->RemoveStop(); });
 }
 
-void KVGradientPanel::Reset() { SetGradient(KVGradient()); }
+void KVGradientPanel::Reset() {
+    SetGradient(KVGradient());
+}
 
 KVGradient KVGradientPanel::GetGradient() const {
     KVGradient g = slider->GetGradient();
@@ -73,7 +76,9 @@ KVShadowPanel::KVShadowPanel() : KVEffectPanel("Drop Shadow", KVEffectShadow) {
     vertical = &AddNumber("Vertical Offset:", -50, 50, 5);
 }
 
-void KVShadowPanel::Reset() { SetShadow(KVDropShadow()); }
+void KVShadowPanel::Reset() {
+    SetShadow(KVDropShadow());
+}
 
 KVDropShadow KVShadowPanel::GetShadow() const {
     KVDropShadow s;
@@ -97,7 +102,9 @@ KVBevelEmbossPanel::KVBevelEmbossPanel() : KVEffectPanel("Bevel/Emboss", KVEffec
     size = &AddNumber("Size:", 0, 10, KVBevelEmboss().size);
 }
 
-void KVBevelEmbossPanel::Reset() { SetBevel(KVBevelEmboss()); }
+void KVBevelEmbossPanel::Reset() {
+    SetBevel(KVBevelEmboss());
+}
 
 KVBevelEmboss KVBevelEmbossPanel::GetBevel() const {
     KVBevelEmboss b;
@@ -105,7 +112,9 @@ KVBevelEmboss KVBevelEmbossPanel::GetBevel() const {
     return b;
 }
 
-void KVBevelEmbossPanel::SetBevel(const KVBevelEmboss& b) { size->SetValue(b.size); }
+void KVBevelEmbossPanel::SetBevel(const KVBevelEmboss& b) {
+    size->SetValue(b.size);
+}
 
 // ---------------------------------------------------------------- glow
 

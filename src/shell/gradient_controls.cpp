@@ -11,7 +11,9 @@
 
 namespace {
 
-QColor ToQColor(const LGuiColorAlpha& c) { return QColor(c.Red8(), c.Green8(), c.Blue8(), c.alpha); }
+QColor ToQColor(const LGuiColorAlpha& c) {
+    return QColor(c.Red8(), c.Green8(), c.Blue8(), c.alpha);
+}
 
 // Markers hang under the track.
 constexpr int kTrackHeight = 18;
@@ -61,7 +63,8 @@ void KVGradientColorSlider::EvMouseMove(int x) {
         return;
     const LGuiColorAlpha colour = gradient.GetStopColor(static_cast<unsigned long>(selection));
     gradient.RemoveStop(static_cast<unsigned long>(selection));
-    selection = static_cast<long>(gradient.AddStop(static_cast<float>(x) / static_cast<float>(width()), colour));
+    selection = static_cast<long>(
+        gradient.AddStop(static_cast<float>(x) / static_cast<float>(width()), colour));
     moved = true;
     Changed();
 }
@@ -81,7 +84,8 @@ void KVGradientColorSlider::EvLButtonUp(int x) {
         }
     } else if (!wasDragged) {
         const auto index = static_cast<unsigned long>(selection);
-        if (const auto chosen = LColourDialog(this, {"Gradient Color", gradient.GetStopColor(index)})) {
+        if (const auto chosen =
+                LColourDialog(this, {"Gradient Color", gradient.GetStopColor(index)})) {
             lastColour = *chosen;
             gradient.SetStopColor(index, *chosen);
             Changed();
@@ -122,7 +126,8 @@ void KVGradientColorSlider::paintEvent(QPaintEvent*) {
             painter.fillRect(x, y, 6, 6, QColor(204, 204, 204));
     QLinearGradient ramp(track.topLeft(), track.topRight());
     for (unsigned long i = 0; i < gradient.GetStopCount(); ++i)
-        ramp.setColorAt(std::clamp(gradient.GetStopPosition(i), 0.0f, 1.0f), ToQColor(gradient.GetStopColor(i)));
+        ramp.setColorAt(std::clamp(gradient.GetStopPosition(i), 0.0f, 1.0f),
+                        ToQColor(gradient.GetStopColor(i)));
     painter.fillRect(track, ramp);
     painter.setPen(palette().color(QPalette::Mid));
     painter.drawRect(track.adjusted(0, 0, -1, -1));
@@ -147,7 +152,9 @@ KVGradientDirectionControl::KVGradientDirectionControl(QWidget* parent) : QWidge
     setToolTip("Drag the points to set the direction of the gradient");
 }
 
-void KVGradientDirectionControl::ReInitialize() { ReInitialize(KVGradient()); }
+void KVGradientDirectionControl::ReInitialize() {
+    ReInitialize(KVGradient());
+}
 
 void KVGradientDirectionControl::ReInitialize(const KVGradient& g) {
     start = g.start;
@@ -170,7 +177,8 @@ int KVGradientDirectionControl::PointAt(int x, int y) const {
     return -1;
 }
 
-void KVGradientDirectionControl::SetPointInBounds(LPointTemplate<float>& point, int x, int y) const {
+void KVGradientDirectionControl::SetPointInBounds(LPointTemplate<float>& point, int x,
+                                                  int y) const {
     const int w = std::max(1, width() - 1 - 2 * kInset), h = std::max(1, height() - 1 - 2 * kInset);
     x = std::clamp(x - kInset, 0, w);
     y = std::clamp(y - kInset, 0, h);
@@ -182,11 +190,13 @@ void KVGradientDirectionControl::SetPointInBounds(LPointTemplate<float>& point, 
 void KVGradientDirectionControl::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton)
         return;
-    dragged = PointAt(static_cast<int>(event->position().x()), static_cast<int>(event->position().y()));
+    dragged =
+        PointAt(static_cast<int>(event->position().x()), static_cast<int>(event->position().y()));
 }
 
 void KVGradientDirectionControl::mouseMoveEvent(QMouseEvent* event) {
-    const int x = static_cast<int>(event->position().x()), y = static_cast<int>(event->position().y());
+    const int x = static_cast<int>(event->position().x()),
+              y = static_cast<int>(event->position().y());
     if (dragged >= 0 && (event->buttons() & Qt::LeftButton)) {
         SetPointInBounds(dragged == 0 ? start : end, x, y);
         update();
@@ -225,7 +235,8 @@ void KVGradientDirectionControl::paintEvent(QPaintEvent*) {
     painter.drawLine(a, b);
     const QPointF* points[2] = {&a, &b};
     for (int i = 0; i < 2; ++i) {
-        painter.setBrush(i == hover ? QColor(0, 120, 255) : (i == 0 ? Qt::white : QColor(60, 60, 60)));
+        painter.setBrush(i == hover ? QColor(0, 120, 255)
+                                    : (i == 0 ? Qt::white : QColor(60, 60, 60)));
         painter.setPen(QColor(60, 60, 60));
         painter.drawEllipse(*points[i], kGrabDistance, kGrabDistance);
     }

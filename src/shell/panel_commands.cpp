@@ -18,7 +18,8 @@ namespace {
 // The panel's record for the element, read now and applied later: what
 // the panel has no control for (geometry, path, erase strokes) stays the
 // element's.
-template <class E> bool ReadPanel(KVToolPanel& panel, KVElement* element, MainDialog::PanelChange& change) {
+template <class E>
+bool ReadPanel(KVToolPanel& panel, KVElement* element, MainDialog::PanelChange& change) {
     auto* typed = dynamic_cast<E*>(element);
     if (!typed)
         return false;
@@ -60,7 +61,8 @@ void MainDialog::EvToolPanelHasUpdate(KVCanvasWidget* widget) {
         KVImageElementProperties p = picture->GetProperties();
         const KVImageElementProperties before = p;
         panel.GetSelectedToolProperties(p);
-        if (p.vectorized && (!before.vectorized || p.detail != before.detail || !p.GetNumberVectors()) &&
+        if (p.vectorized &&
+            (!before.vectorized || p.detail != before.detail || !p.GetNumberVectors()) &&
             !EvVectorizeImageElement(p)) {
             panel.SetSelectedToolProperties(before);
             return;
@@ -114,23 +116,38 @@ void MainDialog::EvGetElementProperties(const KVCanvasWidget* widget) {
         return;
     KVToolPanel& panel = uiWindow->GetToolPanel();
     ShowRecord<KVLineElement>(panel, element) || ShowRecord<KVRectangleElement>(panel, element) ||
-        ShowRecord<KVEllipseElement>(panel, element) || ShowRecord<KVPolygonElement>(panel, element) ||
-        ShowRecord<KVTriangleElement>(panel, element) || ShowRecord<KVPencilElement>(panel, element) ||
-        ShowRecord<KVBrushElement>(panel, element) || ShowRecord<KVSprayElement>(panel, element) ||
-        ShowRecord<KVMarkerElement>(panel, element) || ShowRecord<KVPenElement>(panel, element) ||
-        ShowRecord<KVCrayonElement>(panel, element) || ShowRecord<KVTextElement>(panel, element) ||
+        ShowRecord<KVEllipseElement>(panel, element) ||
+        ShowRecord<KVPolygonElement>(panel, element) ||
+        ShowRecord<KVTriangleElement>(panel, element) ||
+        ShowRecord<KVPencilElement>(panel, element) || ShowRecord<KVBrushElement>(panel, element) ||
+        ShowRecord<KVSprayElement>(panel, element) || ShowRecord<KVMarkerElement>(panel, element) ||
+        ShowRecord<KVPenElement>(panel, element) || ShowRecord<KVCrayonElement>(panel, element) ||
+        ShowRecord<KVTextElement>(panel, element) ||
         ShowRecord<KVRichTextElement>(panel, element) || ShowRecord<KVImageElement>(panel, element);
 }
 
 void MainDialog::CmAddEffect(unsigned id) {
     switch (id) {
-    case KVCmGradient: uiWindow->AddGradient(); break;
-    case KVCmShadow: uiWindow->AddShadow(); break;
-    case KVCmBevelEmboss: uiWindow->AddBevelEmboss(); break;
-    case KVCmInnerGlow: uiWindow->AddInnerGlow(); break;
-    case KVCmOuterGlow: uiWindow->AddOuterGlow(); break;
-    case KVCmFillElement: uiWindow->GetColorPicker().GetFillButton().Choose(); break;
-    default: break;
+    case KVCmGradient:
+        uiWindow->AddGradient();
+        break;
+    case KVCmShadow:
+        uiWindow->AddShadow();
+        break;
+    case KVCmBevelEmboss:
+        uiWindow->AddBevelEmboss();
+        break;
+    case KVCmInnerGlow:
+        uiWindow->AddInnerGlow();
+        break;
+    case KVCmOuterGlow:
+        uiWindow->AddOuterGlow();
+        break;
+    case KVCmFillElement:
+        uiWindow->GetColorPicker().GetFillButton().Choose();
+        break;
+    default:
+        break;
     }
 }
 
@@ -173,7 +190,9 @@ std::vector<LPopupEntry> MainDialog::GetRightClickMenu(const KVCanvasWidget* wid
     if (IsKind(kind, {"rectangle", "ellipse", "polygon", "triangle", "pen", "text", "richtext"})) {
         menu.push_back({});
         const bool fillable = !IsKind(kind, {"text", "richtext"});
-        auto can = [&](KVEffectId id) { return panel.IsEffectAvailable(id) && !panel.IsEffectShown(id); };
+        auto can = [&](KVEffectId id) {
+            return panel.IsEffectAvailable(id) && !panel.IsEffectShown(id);
+        };
         menu.push_back({KVCmFillElement, "Fill", fillable, {}});
         menu.push_back({KVCmGradient, "Gradient", can(KVEffectGradient), {}});
         menu.push_back({KVCmBevelEmboss, "Bevel/Emboss", can(KVEffectBevel), {}});

@@ -70,9 +70,13 @@ void KVColorPicker::Swap() {
         onFill();
 }
 
-void KVColorPicker::SetFillEnabled(bool on) { fill->setEnabled(on); }
+void KVColorPicker::SetFillEnabled(bool on) {
+    fill->setEnabled(on);
+}
 
-bool KVColorPicker::IsFillEnabled() const { return fill->isEnabled(); }
+bool KVColorPicker::IsFillEnabled() const {
+    return fill->isEnabled();
+}
 
 // ---------------------------------------------------------------- panels
 
@@ -85,11 +89,14 @@ bool IsOneOf(const std::string& key, std::initializer_list<const char*> keys) {
     return false;
 }
 
-bool IsShapeKey(const std::string& key) { return IsOneOf(key, {"rectangle", "ellipse", "polygon", "triangle"}); }
+bool IsShapeKey(const std::string& key) {
+    return IsOneOf(key, {"rectangle", "ellipse", "polygon", "triangle"});
+}
 
 } // namespace
 
-KVToolPanel::KVToolPanel(KVColorPicker& picker, QWidget* parent) : QScrollArea(parent), colours(picker) {
+KVToolPanel::KVToolPanel(KVColorPicker& picker, QWidget* parent)
+    : QScrollArea(parent), colours(picker) {
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     holder = new QWidget;
@@ -122,9 +129,10 @@ KVToolPanel::KVToolPanel(KVColorPicker& picker, QWidget* parent) : QScrollArea(p
     bevel = new KVBevelEmbossPanel;
     innerGlow = new KVGlowPanel("Inner Glow", KVEffectInnerGlow);
     outerGlow = new KVGlowPanel("Outer Glow", KVEffectOuterGlow);
-    for (KVEffectPanel* effect : {static_cast<KVEffectPanel*>(gradient), static_cast<KVEffectPanel*>(shadow),
-                                  static_cast<KVEffectPanel*>(bevel), static_cast<KVEffectPanel*>(innerGlow),
-                                  static_cast<KVEffectPanel*>(outerGlow)}) {
+    for (KVEffectPanel* effect :
+         {static_cast<KVEffectPanel*>(gradient), static_cast<KVEffectPanel*>(shadow),
+          static_cast<KVEffectPanel*>(bevel), static_cast<KVEffectPanel*>(innerGlow),
+          static_cast<KVEffectPanel*>(outerGlow)}) {
         layout->addWidget(effect);
         effect->hide();
         effect->onChange = [this] { Changed(false); };
@@ -155,7 +163,9 @@ void KVToolPanel::Changed(bool size) {
         onChange(size);
 }
 
-std::string KVToolPanel::PanelKey() const { return selectedElementType.empty() ? tool : selectedElementType; }
+std::string KVToolPanel::PanelKey() const {
+    return selectedElementType.empty() ? tool : selectedElementType;
+}
 
 void KVToolPanel::SetSelectedElementType(const char* type, const std::string& currentTool) {
     selectedElementType = type ? type : "";
@@ -176,22 +186,30 @@ void KVToolPanel::UpdatePanelVisibility(const std::string& currentTool, bool has
     shown = wanted;
     // Effects that no longer apply go out of sight; they stay on for the
     // tool they were chosen for.
-    for (KVEffectId id : {KVEffectGradient, KVEffectShadow, KVEffectBevel, KVEffectInnerGlow, KVEffectOuterGlow})
+    for (KVEffectId id :
+         {KVEffectGradient, KVEffectShadow, KVEffectBevel, KVEffectInnerGlow, KVEffectOuterGlow})
         if (!IsEffectAvailable(id) && !IsEffectShown(id))
             GetEffectPanel(id).hide();
 }
 
 KVEffectPanel& KVToolPanel::GetEffectPanel(KVEffectId id) const {
     switch (id) {
-    case KVEffectGradient: return *gradient;
-    case KVEffectShadow: return *shadow;
-    case KVEffectBevel: return *bevel;
-    case KVEffectInnerGlow: return *innerGlow;
-    default: return *outerGlow;
+    case KVEffectGradient:
+        return *gradient;
+    case KVEffectShadow:
+        return *shadow;
+    case KVEffectBevel:
+        return *bevel;
+    case KVEffectInnerGlow:
+        return *innerGlow;
+    default:
+        return *outerGlow;
     }
 }
 
-bool KVToolPanel::IsEffectShown(KVEffectId id) const { return !GetEffectPanel(id).isHidden(); }
+bool KVToolPanel::IsEffectShown(KVEffectId id) const {
+    return !GetEffectPanel(id).isHidden();
+}
 
 bool KVToolPanel::IsEffectAvailable(KVEffectId id) const {
     const std::string key = PanelKey();
@@ -218,7 +236,8 @@ bool KVToolPanel::ShowEffect(KVEffectId id) {
 }
 
 void KVToolPanel::HideEffects() {
-    for (KVEffectId id : {KVEffectGradient, KVEffectShadow, KVEffectBevel, KVEffectInnerGlow, KVEffectOuterGlow})
+    for (KVEffectId id :
+         {KVEffectGradient, KVEffectShadow, KVEffectBevel, KVEffectInnerGlow, KVEffectOuterGlow})
         GetEffectPanel(id).hide();
 }
 

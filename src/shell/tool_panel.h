@@ -96,7 +96,9 @@ private:
     const KVMarkerPanel& PanelFor(const KVMarkerElementProperties&) const { return *marker; }
     const KVCrayonPanel& PanelFor(const KVCrayonElementProperties&) const { return *crayon; }
     const KVLinePanel& PanelFor(const KVLineElementProperties&) const { return *line; }
-    const KVRectanglePanel& PanelFor(const KVRectangleElementProperties&) const { return *rectangle; }
+    const KVRectanglePanel& PanelFor(const KVRectangleElementProperties&) const {
+        return *rectangle;
+    }
     const KVEllipsePanel& PanelFor(const KVEllipseElementProperties&) const { return *ellipse; }
     const KVTrianglePanel& PanelFor(const KVTriangleElementProperties&) const { return *triangle; }
     const KVPolygonPanel& PanelFor(const KVPolygonElementProperties&) const { return *polygon; }
@@ -104,7 +106,8 @@ private:
     const KVTextPanel& PanelFor(const KVRichTextElementProperties&) const { return *text; }
     const KVImagePanel& PanelFor(const KVImageElementProperties&) const { return *image; }
     template <class P> auto& EditPanelFor(const P& p) {
-        return const_cast<std::remove_const_t<std::remove_reference_t<decltype(PanelFor(p))>>&>(PanelFor(p));
+        return const_cast<std::remove_const_t<std::remove_reference_t<decltype(PanelFor(p))>>&>(
+            PanelFor(p));
     }
 
     KVColorPicker& colours;
@@ -169,7 +172,10 @@ template <class P> void KVToolPanel::GetSelectedToolProperties(P& p) const {
             p.RemoveBevelEmboss();
     }
     // A pen carries a glow record, but never gets a glow.
-    if constexpr (requires { p.innerGlow; p.lineColour; }) {
+    if constexpr (requires {
+                      p.innerGlow;
+                      p.lineColour;
+                  }) {
         if (IsEffectShown(KVEffectInnerGlow))
             p.SetInnerGlow(innerGlow->GetGlow());
         else
@@ -227,7 +233,10 @@ template <class P> void KVToolPanel::SetEffects(const P& p) {
             show(*bevel);
         }
     }
-    if constexpr (requires { p.innerGlow; p.lineColour; }) {
+    if constexpr (requires {
+                      p.innerGlow;
+                      p.lineColour;
+                  }) {
         if (p.innerGlow) {
             innerGlow->SetGlow(*p.innerGlow);
             show(*innerGlow);

@@ -13,7 +13,9 @@
 
 namespace {
 
-int Percent(float fraction) { return static_cast<int>(std::lround(fraction * 100.0f)); }
+int Percent(float fraction) {
+    return static_cast<int>(std::lround(fraction * 100.0f));
+}
 
 } // namespace
 
@@ -42,7 +44,8 @@ QCheckBox& KVPanel::AddCheck(int id, const char* label, bool on) {
     return *box;
 }
 
-QComboBox& KVPanel::AddChooser(int id, const char* label, std::initializer_list<const char*> items, int index) {
+QComboBox& KVPanel::AddChooser(int id, const char* label, std::initializer_list<const char*> items,
+                               int index) {
     GetBody().addWidget(new QLabel(QString::fromUtf8(label), this));
     auto* chooser = new QComboBox(this);
     for (const char* item : items)
@@ -99,12 +102,14 @@ template <class P>
 KVFreehandPanel<P>::KVFreehandPanel(const char* title, int minimumSize, int smoothing)
     : KVPanel(title), smoothingId(smoothing) {
     const P defaults;
-    AddNumber(KVIdSize, "Brush Size:", minimumSize, 500, static_cast<int>(std::lround(defaults.width)));
+    AddNumber(KVIdSize, "Brush Size:", minimumSize, 500,
+              static_cast<int>(std::lround(defaults.width)));
     if constexpr (requires { defaults.softness; })
         AddNumber(KVIdSoftness, "Softness:", 0, 50, defaults.softness);
     AddNumber(smoothingId, "Smoothing:", 0, 100, Percent(defaults.curviness));
     if constexpr (requires { defaults.penType; }) {
-        AddChooser(KVIdPenType, "Pen Type", {"Round", "Calligraphy", "Reverse Calligraphy"}, defaults.penType);
+        AddChooser(KVIdPenType, "Pen Type", {"Round", "Calligraphy", "Reverse Calligraphy"},
+                   defaults.penType);
         AddChooser(KVIdJoinStyle, "Join Style", {"Mitre", "Bevel", "Round"}, defaults.joinStyle);
     }
     AddCheck(KVIdLineEditing, "Allow line editing", false);
@@ -169,8 +174,8 @@ template class KVShapePanel<KVPolygonElementProperties>;
 
 namespace {
 
-const std::initializer_list<const char*> kCaps = {"Flat",    "Square",  "Round",  "Flat End",
-                                                  "Diamond", "Circle", "Square Block", "Turned Square"};
+const std::initializer_list<const char*> kCaps = {
+    "Flat", "Square", "Round", "Flat End", "Diamond", "Circle", "Square Block", "Turned Square"};
 
 } // namespace
 
@@ -179,7 +184,8 @@ KVLinePanel::KVLinePanel() : KVPanel("Line") {
     AddNumber(KVIdSize, "Line Width:", 1, 500, static_cast<int>(std::lround(defaults.lineWidth)));
     AddChooser(KVIdStartCap, "Start Cap", kCaps, defaults.startCap);
     AddChooser(KVIdEndCap, "End Cap", kCaps, defaults.endCap);
-    AddChooser(KVIdBodyStyle, "Body Style", {"Solid", "Dash", "Dot", "Dash Dot", "Dash Dot Dot"}, defaults.dashStyle);
+    AddChooser(KVIdBodyStyle, "Body Style", {"Solid", "Dash", "Dot", "Dash Dot", "Dash Dot Dot"},
+               defaults.dashStyle);
 }
 
 void KVLinePanel::GetProperties(KVLineElementProperties& p) const {
@@ -210,7 +216,8 @@ KVTextPanel::KVTextPanel() : KVPanel("Text") {
     AddCheck(KVIdBold, "Bold", defaults.bold);
     AddCheck(KVIdItalic, "Italic", defaults.italic);
     AddCheck(KVIdUnderline, "Underline", defaults.underline);
-    AddChooser(KVIdAlignment, "Alignment", {"Align Left", "Center", "Align Right"}, defaults.alignment);
+    AddChooser(KVIdAlignment, "Alignment", {"Align Left", "Center", "Align Right"},
+               defaults.alignment);
     // A new text box has always started at 24, whatever a record made otherwise holds.
     AddNumber(KVIdFontSize, "Font Size:", 1, 255, 24);
     // What dragging the frame does: one or the other.
@@ -278,7 +285,9 @@ KVEraserPanel::KVEraserPanel() : KVPanel("Eraser") {
     AddNumber(KVIdSoftness, "Softness:", 0, 50, 0);
 }
 
-KVWandPanel::KVWandPanel() : KVPanel("Magic Wand") { AddNumber(KVIdSize, "Tolerance:", 0, 200, 5); }
+KVWandPanel::KVWandPanel() : KVPanel("Magic Wand") {
+    AddNumber(KVIdSize, "Tolerance:", 0, 200, 5);
+}
 
 KVCropPanel::KVCropPanel() : KVPanel("Crop") {
     widthLine = new QLabel(this);
@@ -294,17 +303,19 @@ void KVCropPanel::SetCropSize(long width, long height, double ppi, bool metric) 
     const double perUnit = metric ? ppi / 2.54 : ppi;
     const char* unit = metric ? "cm" : "in";
     char text[128];
-    std::snprintf(text, sizeof text, "Width: %ld px   %.2f %s", width, perUnit > 0 ? width / perUnit : 0.0, unit);
+    std::snprintf(text, sizeof text, "Width: %ld px   %.2f %s", width,
+                  perUnit > 0 ? width / perUnit : 0.0, unit);
     widthLine->setText(text);
-    std::snprintf(text, sizeof text, "Height: %ld px   %.2f %s", height, perUnit > 0 ? height / perUnit : 0.0,
-                  unit);
+    std::snprintf(text, sizeof text, "Height: %ld px   %.2f %s", height,
+                  perUnit > 0 ? height / perUnit : 0.0, unit);
     heightLine->setText(text);
 }
 
 namespace {
 
-const char* const kBezierKinds[][2] = {{"Pencil", "pencil"}, {"Pen", "pen"},     {"Marker", "marker"},
-                                       {"Brush", "brush"},   {"Crayon", "crayon"}, {"Spray Paint", "spray"}};
+const char* const kBezierKinds[][2] = {{"Pencil", "pencil"}, {"Pen", "pen"},
+                                       {"Marker", "marker"}, {"Brush", "brush"},
+                                       {"Crayon", "crayon"}, {"Spray Paint", "spray"}};
 
 } // namespace
 

@@ -58,7 +58,8 @@ public:
 
     LPanelNumber& AddNumber(int id, const char* label, int minimum, int maximum, int value);
     QCheckBox& AddCheck(int id, const char* label, bool on);
-    QComboBox& AddChooser(int id, const char* label, std::initializer_list<const char*> items, int index);
+    QComboBox& AddChooser(int id, const char* label, std::initializer_list<const char*> items,
+                          int index);
     QPushButton& AddButton(const char* label, const char* tip);
 
     // A number, a check box (0 or 1) or a chooser's index; 0 for no control.

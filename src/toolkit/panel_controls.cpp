@@ -41,7 +41,9 @@ LPanelNumber::LPanelNumber(const char* label, int minimum, int maximum, int valu
     });
 }
 
-int LPanelNumber::GetValue() const { return spin->value(); }
+int LPanelNumber::GetValue() const {
+    return spin->value();
+}
 
 void LPanelNumber::SetValue(int value) {
     const QSignalBlocker quietSlider(slider);
@@ -50,7 +52,8 @@ void LPanelNumber::SetValue(int value) {
     spin->setValue(value);
 }
 
-LColourButton::LColourButton(const char* tip, LGuiColorAlpha c, QWidget* parent) : QToolButton(parent), colour(c) {
+LColourButton::LColourButton(const char* tip, LGuiColorAlpha c, QWidget* parent)
+    : QToolButton(parent), colour(c) {
     setToolTip(QString::fromUtf8(tip));
     setIconSize(QSize(28, 20));
     setAutoRaise(false);
@@ -70,7 +73,8 @@ void LColourButton::SetNone(bool n) {
 }
 
 bool LColourButton::Choose() {
-    const std::optional<LGuiColorAlpha> chosen = LColourDialog(this, {toolTip().toStdString(), colour});
+    const std::optional<LGuiColorAlpha> chosen =
+        LColourDialog(this, {toolTip().toStdString(), colour});
     if (!chosen)
         return false;
     SetColour(*chosen);
@@ -91,7 +95,8 @@ void LColourButton::Repaint() {
         painter.setPen(QPen(Qt::red, 2));
         painter.drawLine(0, swatch.height(), swatch.width(), 0);
     } else {
-        painter.fillRect(swatch.rect(), QColor(colour.Red8(), colour.Green8(), colour.Blue8(), colour.alpha));
+        painter.fillRect(swatch.rect(),
+                         QColor(colour.Red8(), colour.Green8(), colour.Blue8(), colour.alpha));
     }
     painter.setPen(Qt::black);
     painter.drawRect(swatch.rect().adjusted(0, 0, -1, -1));
@@ -152,7 +157,9 @@ void AddPopupEntries(QMenu& menu, const std::vector<LPopupEntry>& entries) {
 
 } // namespace
 
-void LSetPopupResponder(LPopupResponder responder) { PopupResponder() = std::move(responder); }
+void LSetPopupResponder(LPopupResponder responder) {
+    PopupResponder() = std::move(responder);
+}
 
 unsigned LPopupMenu(QWidget* parent, const std::vector<LPopupEntry>& entries, QPoint at) {
     if (PopupResponder())

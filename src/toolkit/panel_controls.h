@@ -77,7 +77,7 @@ private:
 };
 
 struct LPopupEntry {
-    unsigned id = 0;     // 0 with an empty label: a separator
+    unsigned id = 0; // 0 with an empty label: a separator
     std::string label;
     bool enabled = true;
     std::vector<LPopupEntry> submenu;

@@ -73,7 +73,9 @@ protected:
         Drag(trail);
     }
     // A panel change waits for the picture under way: tests let it come first.
-    void Idle() { kvtest::WaitFor([&] { return !RenderAsked(); }); }
+    void Idle() {
+        kvtest::WaitFor([&] { return !RenderAsked(); });
+    }
     // The user types a value into a panel's number.
     void Give(int id, int value) {
         Idle();
@@ -98,7 +100,7 @@ TEST_F(ToolPanels, EachToolSetsItsCaptureModeStampAndPanel) {
         unsigned command;
         const char* key;
         KV_CAPTURE_MODE mode;
-        int stamp; // -1: not a freehand tool
+        int stamp;         // -1: not a freehand tool
         const char* panel; // its panel's title; null: none
         int fill;          // the fill colour control: 1 on, 0 off, -1 as it was
     } cases[] = {
@@ -131,7 +133,9 @@ TEST_F(ToolPanels, EachToolSetsItsCaptureModeStampAndPanel) {
             EXPECT_EQ(Surface().GetStampType(), c.stamp) << c.key;
         }
         const KVPanel* shown = Panels().GetShownPanel();
-        EXPECT_EQ(shown ? shown->findChild<QLabel*>()->text().toStdString() : "", c.panel ? c.panel : "") << c.key;
+        EXPECT_EQ(shown ? shown->findChild<QLabel*>()->text().toStdString() : "",
+                  c.panel ? c.panel : "")
+            << c.key;
         if (c.fill >= 0) {
             EXPECT_EQ(Panels().GetColours().IsFillEnabled(), c.fill == 1) << c.key;
         }
@@ -147,7 +151,9 @@ TEST_F(ToolPanels, EachToolSetsItsCaptureModeStampAndPanel) {
 // Stands for the bezier, poly line and mask widgets.
 struct Hooks : KVToolWidgetHooks {
     std::vector<std::string> calls;
-    void FinishOpenPath(const char* kind) override { calls.push_back(std::string("finish ") + kind); }
+    void FinishOpenPath(const char* kind) override {
+        calls.push_back(std::string("finish ") + kind);
+    }
     void MakeToolWidget(KVToolWidget widget, KVMaskFate mask) override {
         calls.push_back("make " + std::to_string(static_cast<int>(widget)) + " mask " +
                         std::to_string(static_cast<int>(mask)));
@@ -164,15 +170,16 @@ TEST_F(ToolPanels, LeavingAPathToolFinishesThePathFirstAndMaskToolsKeepTheMask) 
     dialog.Command(KVCmToolPolyLine);
     dialog.Command(KVCmToolSelect);
     dialog.Command(KVCmToolLasso);
-    const std::vector<std::string> expected = {"make 7 mask 2", "finish pen", "make 6 mask 2", "finish pen",
-                                               "make 4 mask 0"};
+    const std::vector<std::string> expected = {"make 7 mask 2", "finish pen", "make 6 mask 2",
+                                               "finish pen", "make 4 mask 0"};
     EXPECT_EQ(hooks.calls, expected);
     window.SetToolWidgetHooks(nullptr);
 
     const std::pair<const char*, KVMaskFate> fates[] = {
-        {"rectselect", KVMaskFate::Keep}, {"wand", KVMaskFate::Keep},       {"lasso", KVMaskFate::Keep},
-        {"pencil", KVMaskFate::KeepAsClip}, {"brush", KVMaskFate::KeepAsClip}, {"rectangle", KVMaskFate::Drop},
-        {"text", KVMaskFate::Drop},       {"", KVMaskFate::Drop}};
+        {"rectselect", KVMaskFate::Keep},  {"wand", KVMaskFate::Keep},
+        {"lasso", KVMaskFate::Keep},       {"pencil", KVMaskFate::KeepAsClip},
+        {"brush", KVMaskFate::KeepAsClip}, {"rectangle", KVMaskFate::Drop},
+        {"text", KVMaskFate::Drop},        {"", KVMaskFate::Drop}};
     for (const auto& [tool, fate] : fates)
         EXPECT_EQ(KVMaskFateForTool(tool), fate) << tool;
 }
@@ -185,13 +192,19 @@ TEST_F(ToolPanels, APanelChangeOnASelectedElementIsOneUndoStepAndARender) {
         std::function<float(KVElement&)> read;
     } cases[] = {
         {KVCmToolRectangle, KVIdSize, 7,
-         [](KVElement& e) { return dynamic_cast<KVRectangleElement&>(e).GetProperties().lineWidth; }},
+         [](KVElement& e) {
+             return dynamic_cast<KVRectangleElement&>(e).GetProperties().lineWidth;
+         }},
         {KVCmToolPolygon, KVIdSides, 7,
-         [](KVElement& e) { return static_cast<float>(dynamic_cast<KVPolygonElement&>(e).GetProperties().sides); }},
+         [](KVElement& e) {
+             return static_cast<float>(dynamic_cast<KVPolygonElement&>(e).GetProperties().sides);
+         }},
         {KVCmToolLine, KVIdSize, 9,
          [](KVElement& e) { return dynamic_cast<KVLineElement&>(e).GetProperties().lineWidth; }},
         {KVCmToolBrush, KVIdSoftness, 50,
-         [](KVElement& e) { return static_cast<float>(dynamic_cast<KVBrushElement&>(e).GetProperties().softness); }},
+         [](KVElement& e) {
+             return static_cast<float>(dynamic_cast<KVBrushElement&>(e).GetProperties().softness);
+         }},
         {KVCmToolMarker, KVIdSize, 33,
          [](KVElement& e) { return dynamic_cast<KVMarkerElement&>(e).GetProperties().width; }},
     };
@@ -311,10 +324,10 @@ TEST(GradientControls, EndStopsStayAClickNearAStopPicksItAndTheMiddleSnaps) {
         int asked;           // pickers opened so far
         long selection;
     } steps[] = {
-        {3, 120, 2, 1, 0},     // an end stop does not move; the click opens the picker
-        {100, 100, 3, 2, 1},   // empty track: a new stop in the colour chosen
-        {106, 150, 3, 2, 1},   // within 7 pixels: picked and dragged, no picker
-        {140, 140, 4, 3, 1},   // 10 pixels off: a new stop
+        {3, 120, 2, 1, 0},   // an end stop does not move; the click opens the picker
+        {100, 100, 3, 2, 1}, // empty track: a new stop in the colour chosen
+        {106, 150, 3, 2, 1}, // within 7 pixels: picked and dragged, no picker
+        {140, 140, 4, 3, 1}, // 10 pixels off: a new stop
     };
     for (const Step& s : steps) {
         drag(s.from, s.to);
@@ -352,7 +365,8 @@ TEST(GradientControls, EndStopsStayAClickNearAStopPicksItAndTheMiddleSnaps) {
         QTest::mouseRelease(&direction, Qt::LeftButton, {}, m.to);
         EXPECT_NEAR(direction.GetStart().x, m.x, 1e-4) << m.to.x();
         EXPECT_NEAR(direction.GetStart().y, m.y, 1e-4) << m.to.y();
-        from = QPoint(inset + static_cast<int>(std::lround(m.x * far)), inset + static_cast<int>(std::lround(m.y * far)));
+        from = QPoint(inset + static_cast<int>(std::lround(m.x * far)),
+                      inset + static_cast<int>(std::lround(m.y * far)));
     }
     EXPECT_EQ(direction.GetEnd().x, 1.0f);
 }
@@ -368,7 +382,8 @@ TEST_F(ToolPanels, AGroupResizeMovesAndScalesEachMemberAboutTheFrameInOneStep) {
     // The bottom right handle, wherever the frame's margin puts it.
     QPoint handle;
     for (int d = -12; d <= 12 && handle.isNull(); ++d)
-        if (group->WhichHandle(frame.x2 + d, frame.y2 + d, 1.0f / Surface().GetZoom()) == KVHandleBottomRight)
+        if (group->WhichHandle(frame.x2 + d, frame.y2 + d, 1.0f / Surface().GetZoom()) ==
+            KVHandleBottomRight)
             handle = At(frame.x2 + d, frame.y2 + d);
     ASSERT_FALSE(handle.isNull());
     Idle();
@@ -382,7 +397,9 @@ TEST_F(ToolPanels, AGroupResizeMovesAndScalesEachMemberAboutTheFrameInOneStep) {
     EXPECT_TRUE(RenderAsked());
     // About the frame's top left: the first stays there, the second moves
     // twice as far from it.
-    const auto first = dynamic_cast<KVRectangleElement&>(*Layer().GetElementList().GetFirst()).GetProperties().bounds;
+    const auto first = dynamic_cast<KVRectangleElement&>(*Layer().GetElementList().GetFirst())
+                           .GetProperties()
+                           .bounds;
     const auto second = Record<KVRectangleElement>().bounds;
     EXPECT_NEAR(first.x1, 100, 2);
     EXPECT_NEAR(first.GetWidth(), 100, 3);
@@ -426,9 +443,12 @@ TEST_F(ToolPanels, TheRightClickMenuOffersWhatTheElementAllows) {
 TEST_F(ToolPanels, EffectsAreOfferedOnlyWhereTheyApply) {
     // Gradient, shadow, bevel, inner glow, outer glow.
     const std::pair<unsigned, std::array<bool, 5>> cases[] = {
-        {KVCmToolRectangle, {true, true, true, true, true}},  {KVCmToolPolygon, {true, true, true, true, true}},
-        {KVCmToolPen, {true, true, true, false, false}},      {KVCmToolText, {false, true, true, false, false}},
-        {KVCmToolPencil, {false, false, false, false, false}}, {KVCmToolLine, {false, false, false, false, false}},
+        {KVCmToolRectangle, {true, true, true, true, true}},
+        {KVCmToolPolygon, {true, true, true, true, true}},
+        {KVCmToolPen, {true, true, true, false, false}},
+        {KVCmToolText, {false, true, true, false, false}},
+        {KVCmToolPencil, {false, false, false, false, false}},
+        {KVCmToolLine, {false, false, false, false, false}},
         {KVCmToolSelect, {false, false, false, false, false}},
     };
     const std::pair<unsigned, KVEffectId> effects[] = {{KVCmGradient, KVEffectGradient},
@@ -439,7 +459,8 @@ TEST_F(ToolPanels, EffectsAreOfferedOnlyWhereTheyApply) {
     for (const auto& [tool, offered] : cases) {
         dialog.Command(tool);
         for (size_t i = 0; i < 5; ++i) {
-            EXPECT_EQ(dialog.GetAction(effects[i].first)->isEnabled(), offered[i]) << tool << " " << i;
+            EXPECT_EQ(dialog.GetAction(effects[i].first)->isEnabled(), offered[i])
+                << tool << " " << i;
             // The command turns it on where it is offered, and only once.
             dialog.Command(effects[i].first);
             EXPECT_EQ(Panels().IsEffectShown(effects[i].second), offered[i]) << tool << " " << i;
@@ -478,7 +499,8 @@ TEST_F(ToolPanels, ColourChangesGoToTheSelectedElementAndSwapTradesThem) {
 }
 
 TEST_F(ToolPanels, TheTextPanelFormatsANewTextAndEveryRunOfAText) {
-    LSetTextInputResponder([](const LTextInputRequest&) { return std::optional<std::string>("Panels"); });
+    LSetTextInputResponder(
+        [](const LTextInputRequest&) { return std::optional<std::string>("Panels"); });
     dialog.Command(KVCmToolText);
     Give(KVIdFontSize, 30);
     dynamic_cast<QCheckBox*>(Panels().GetShownPanel()->GetControl(KVIdBold))->click();
@@ -607,7 +629,8 @@ TEST_F(ToolPanels, ADrawingMadeThroughThePanelsKeepsWhatEachPanelGave) {
     EXPECT_FALSE(polygon.shadow) << "effects belong to the element they were added for";
     if (shots) {
         LProcessInterfaceVoid process;
-        KVProjectFileSave(process, *dialog.PeekCurrentProject(), (std::string(shots) + "/drawing.kvp").c_str());
+        KVProjectFileSave(process, *dialog.PeekCurrentProject(),
+                          (std::string(shots) + "/drawing.kvp").c_str());
     }
 }
 
