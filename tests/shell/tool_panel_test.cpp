@@ -564,6 +564,45 @@ TEST_F(ToolPanels, DeletingAGroupIsOneStep) {
     EXPECT_EQ(Layer().GetElementCount(), 2u);
 }
 
+TEST_F(ToolPanels, SelectingAnElementShowsItsOwnRecordInThePanels) {
+    // A record made elsewhere, as a file gives it: its glow keeps its own
+    // strength, and the panels show what it has.
+    KVRectangleElementProperties made;
+    made.SetRectangle({50, 50, 150, 120});
+    made.lineWidth = 4;
+    made.lineColour = LGuiColorAlpha(0, 128, 0, 255);
+    made.SetShadow(KVDropShadow{-3, 8, 9, 12});
+    made.SetInnerGlow(KVGlow());
+    {
+        std::unique_ptr<KVRenderLock> lock;
+        KVImage* image = dialog.GetCurrentProject(lock)->GetCurrentImage();
+        image->AddNewElement(new KVRectangleElement(made), &Layer(), false, true);
+    }
+    // A step back and forth gives the canvas the element's frame.
+    dialog.Command(KVCmUndo);
+    dialog.Command(KVCmRedo);
+    dialog.Command(KVCmToolSelect);
+    Drag({{100, 50}});
+    ASSERT_TRUE(Surface().GetSelectedWidget());
+    EXPECT_EQ(Panels().GetShownPanel(), Panels().GetPanel("rectangle"));
+    EXPECT_EQ(Panels().GetShownPanel()->GetValue(KVIdSize), 4);
+    EXPECT_EQ(Panels().GetColours().GetForegroundButton().GetColour(), made.lineColour);
+    EXPECT_TRUE(Panels().IsEffectShown(KVEffectShadow));
+    EXPECT_TRUE(Panels().IsEffectShown(KVEffectInnerGlow));
+    EXPECT_FALSE(Panels().IsEffectShown(KVEffectGradient));
+    // A change elsewhere in the panels leaves the shadow and glow as they were.
+    Give(KVIdSize, 6);
+    const KVRectangleElementProperties r = Record<KVRectangleElement>();
+    EXPECT_EQ(r.lineWidth, 6);
+    ASSERT_TRUE(r.shadow && r.innerGlow);
+    EXPECT_EQ(r.shadow->verticalOffset, 9);
+    EXPECT_EQ(r.shadow->softness, 12);
+    EXPECT_EQ(r.innerGlow->strength, KVGlow().strength);
+    // Deselected, the effects go from the panels.
+    Surface().DeselectWidget(true);
+    EXPECT_FALSE(Panels().IsEffectShown(KVEffectShadow));
+}
+
 // With KV_CANVAS_SHOTS set, the window with each tool's panel and the
 // drawing (also as a project file) are saved there to be looked at.
 TEST_F(ToolPanels, ADrawingMadeThroughThePanelsKeepsWhatEachPanelGave) {
