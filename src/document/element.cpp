@@ -27,24 +27,25 @@ namespace {
 // The effects each kind of element takes; kinds not listed take none.
 struct KVWidgetEffects {
     const char* kind;
-    bool fill, shadow, bevel, glow;
+    KVKindEffects effects;
 };
 constexpr KVWidgetEffects kWidgetEffects[] = {
-    {"rectangle", true, true, true, true}, {"ellipse", true, true, true, true},
-    {"polygon", true, true, true, true},   {"triangle", true, true, true, true},
-    {"pen", true, true, true, false},      {"text", false, true, true, false},
-    {"richtext", false, true, true, false},
+    {"rectangle", {true, true, true, true}}, {"ellipse", {true, true, true, true}},
+    {"polygon", {true, true, true, true}},   {"triangle", {true, true, true, true}},
+    {"pen", {true, true, true, false}},      {"text", {false, true, true, false}},
+    {"richtext", {false, true, true, false}},
 };
 
-KVWidgetEffects EffectsOf(const KVElementWidget& widget) {
-    const char* kind = widget.GetElementName();
-    for (const KVWidgetEffects& e : kWidgetEffects)
-        if (std::strcmp(e.kind, kind) == 0)
-            return e;
-    return {kind, false, false, false, false};
-}
+KVKindEffects EffectsOf(const KVElementWidget& widget) { return KVEffectsOfKind(widget.GetElementName()); }
 
 } // namespace
+
+KVKindEffects KVEffectsOfKind(const char* kind) {
+    for (const KVWidgetEffects& e : kWidgetEffects)
+        if (kind && std::strcmp(e.kind, kind) == 0)
+            return e.effects;
+    return {false, false, false, false};
+}
 
 bool KVElementWidget::CanFillElement() const { return EffectsOf(*this).fill; }
 bool KVElementWidget::CanShadowElement() const { return EffectsOf(*this).shadow; }

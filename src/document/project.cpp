@@ -173,6 +173,16 @@ KVElementWidget* KVImage::ReplaceElement(KVElement* fresh, const KVElementWidget
     return widget;
 }
 
+KVElement* KVImage::FindElement(const KVElement* element, const KVLayer* layer) const {
+    KVLayer* l = Member(layer);
+    if (!element || !l)
+        return nullptr;
+    for (KVElement& e : l->GetElementList())
+        if (&e == element)
+            return &e;
+    return nullptr;
+}
+
 bool KVImage::UpdateElement(KVElementWidget* widget, const KVLayer* layer) {
     KVLayer* l = Member(layer);
     if (!widget || !l)

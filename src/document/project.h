@@ -86,6 +86,13 @@ public:
     KVElementWidget* ReplaceElement(KVElement* fresh, const KVElementWidget& old,
                                     const KVLayer* layer, bool makeWidget, bool addUndo);
     bool UpdateElement(KVElementWidget* widget, const KVLayer* layer);
+    // Gives an element of kind E what a tool panel holds for it,
+    // as one undo step; a stroke whose smoothing changed is fitted again in
+    // the same step. False when the layer holds no such element.
+    template <class E, class P>
+    bool UpdateElement(const P& panel, const KVElement* element, const KVLayer* layer);
+    // The element itself when `layer` holds it, or null.
+    KVElement* FindElement(const KVElement* element, const KVLayer* layer) const;
     LBoundingBox2T<float> GetElementRenderedBounds(const KVLayer& layer,
                                                    const KVElementWidget& widget) const;
     KVDrawPath* ConvertToPath(const KVLayer& layer, const KVElementWidget& widget,
@@ -205,3 +212,24 @@ private:
     char name[260];
     LList<KVImage> images;
 };
+
+template <class E, class P>
+bool KVImage::UpdateElement(const P& panel, const KVElement* held, const KVLayer* layer) {
+    auto* element = dynamic_cast<E*>(FindElement(held, layer));
+    if (!element)
+        return false;
+    char name[kLFixedStringSize];
+    std::snprintf(name, sizeof name, "%s Modification", element->GetDisplayName());
+    undoStack.BeginGathering(name);
+    if constexpr (requires { panel.curviness; }) {
+        const P before = element->GetProperties();
+        element->SetPropertiesFromPanel(panel, true);
+        if (before.curviness != panel.curviness && before.path)
+            element->SetPath(new KVDrawPath(*before.path), false, true, nullptr);
+    } else {
+        element->SetPropertiesFromPanel(panel, true);
+    }
+    undoStack.EndGathering();
+    element->GetCacheHandle().Invalidate();
+    return true;
+}

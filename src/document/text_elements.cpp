@@ -388,5 +388,16 @@ void KVRichTextElement::SetPropertiesFromPanel(const P& panel, bool addUndo) {
     p.lineSpacing = panel.lineSpacing;
     p.shadow = panel.shadow;
     p.bevel = panel.bevel;
+    // The runs take their formats, run by run; their text and boxes stay.
+    for (size_t i = 0; i < p.segments.size() && i < panel.segments.size(); ++i) {
+        KVRichTextSegment& run = p.segments[i];
+        const KVRichTextSegment& format = panel.segments[i];
+        run.bold = format.bold;
+        run.italic = format.italic;
+        run.underline = format.underline;
+        LStrCopy(run.font, format.font);
+        run.size = format.size;
+        run.colour = format.colour;
+    }
     SetProperties(p, addUndo, nullptr);
 }

@@ -119,6 +119,8 @@ public:
     void Resize(float sx, float sy, bool addUndo) override;
     LBoundingBox2T<float> GetRenderedDimensions() const override;
     KVElement* DuplicateSelf() const override { return new KVRichTextElement(GetProperties()); }
+    // Alignment, spacing, effects, and each run's format from the same run of
+    // the panel's record.
     void SetPropertiesFromPanel(const P& panel, bool addUndo);
     const char* GetName() const override { return "richtext"; }
     const char* GetDisplayName() const override { return "Text"; }

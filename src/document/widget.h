@@ -10,6 +10,15 @@
 #include "foundation/list.h"
 
 class KVElement;
+
+// The effects an element kind takes ("rectangle", "pen", "text"...); a kind
+// that takes none, or an empty one, gives all false. The panels ask it of a
+// tool's key, the frames of their element's kind.
+struct KVKindEffects {
+    bool fill, shadow, bevel, glow;
+};
+KVKindEffects KVEffectsOfKind(const char* kind);
+
 // The canvas's painter and view; only the canvas knows what it paints with.
 struct KVWidgetPaint;
 

@@ -76,8 +76,16 @@ void MainDialog::EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& dat
         SetZoomPercent(data.x);
         break;
     case KVMsgWidgetSelected:
-    case KVMsgWidgetPicked:
+        uiWindow->GetLayerList().SetSelectedElement(data.widget);
+        EvGetElementProperties(data.widget);
+        UpdateCommandStates();
+        break;
     case KVMsgRightClickMenu: // may have selected what it was over
+        uiWindow->GetLayerList().SetSelectedElement(data.widget);
+        UpdateCommandStates();
+        EvRightClickMenu(data.widget, QPoint(data.x, data.y));
+        break;
+    case KVMsgWidgetPicked:
         uiWindow->GetLayerList().SetSelectedElement(data.widget);
         UpdateCommandStates();
         break;
@@ -192,17 +200,14 @@ void MainDialog::CreateText(const KVDrawPath& path) {
         LTextInput(this, {"Text", "The text of the new box:", "Text"});
     if (!text || text->empty())
         return;
-    KVRichTextElementProperties p = uiWindow->GetSelectedToolProperties<KVRichTextElementProperties>();
-    p.bounds = box;
-    // A new text starts as a new rich text area does: Arial, 24, black, or
-    // the colour picked last.
+    // The one run takes the text panel's format and the foreground colour.
+    KVRichTextElementProperties p;
     KVRichTextSegment run;
-    LStrCopy(run.font, "Arial");
-    run.size = 24;
-    run.colour = uiWindow->GetSelectedToolProperties<KVTextElementProperties>().colour;
     run.text = text->c_str();
     run.bounds = box;
     p.segments.push_back(run);
+    uiWindow->GetToolPanel().GetSelectedToolProperties(p);
+    p.bounds = box;
     AddElement(new KVRichTextElement(p), true);
 }
 

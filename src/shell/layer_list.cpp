@@ -19,7 +19,7 @@
 #include "document/project.h"
 #include "document/widget.h"
 #include "render/layer_picture.h"
-#include "toolkit/color_dialog.h"
+#include "toolkit/dialogs.h"
 #include "toolkit/qt_image.h"
 
 namespace {
@@ -262,7 +262,7 @@ void KVLayerListBackgroundDisplay::mouseReleaseEvent(QMouseEvent* event) {
 void KVLayerListBackgroundDisplay::RunCommand(int id) {
     switch (id) {
     case CmChangeColor:
-        if (std::optional<LGuiColorAlpha> chosen = LChooseColor(this, "Background Color", colour)) {
+        if (std::optional<LGuiColorAlpha> chosen = LColourDialog(this, {"Background Color", colour})) {
             colour = *chosen;
             break;
         }

@@ -69,6 +69,7 @@ MainDialog::MainDialog() : renderQueue(new KVRenderQueue(static_cast<KVRenderQue
     uiWindow->SetLayerSink([this](KVLayerListMessage id, KVLayerListMessageData& data) { EvLayerListMessage(id, data); });
     // A thumbnail reads its layer while the render worker stands still.
     uiWindow->GetLayerList().SetRenderGuard([this] { return std::shared_ptr<void>(std::make_shared<Change>(*this)); });
+    uiWindow->SetPanelSink([this](KVElementWidget* widget) { EvToolPanelHasUpdate(widget); });
     SetContent(uiWindow);
     setWindowTitle(kTitle);
     resize(1100, 800);
@@ -96,7 +97,8 @@ void MainDialog::InitDialog() {
           {KVCmPrint, "Print", {}, false},
           {},
           {KVCmQuit, "Quit", {}, false}}},
-        {"&Edit", {{KVCmUndo, "Undo", {}, false}, {KVCmRedo, "Redo", {}, false}}},
+        {"&Edit",
+         {{KVCmUndo, "Undo", {}, false}, {KVCmRedo, "Redo", {}, false}, {}, {KVCmDelete, "Delete", {}, false}}},
         {"&View",
          {{KVCmZoomFit, "Zoom Fit", {}, false},
           {KVCmZoomActual, "Zoom Actual Size", {}, false},
@@ -148,13 +150,21 @@ void MainDialog::InitDialog() {
         {"Edit",
          {{KVCmToolSelect, "Select", "Select any element"},
           {KVCmUndo, "Undo", "Undo the last action"},
-          {KVCmRedo, "Redo", "Redo the last undone action"}}},
+          {KVCmRedo, "Redo", "Redo the last undone action"},
+          {KVCmDelete, "Delete", "Delete the selected element"}}},
         {"Select",
          {{KVCmToolSelect, "Select", "Select any element"},
           {KVCmSelectAll, "Select All", "Select all elements in the current layer"},
           {KVCmConvertShapeToPath, "Element to Path", "Convert the selected element to a path (drawing element)"}}},
         {"Drawing", {}},
         {"Shapes", {}},
+        {"Effects",
+         {{KVCmToolSelect, "Select", "Select any element"},
+          {KVCmGradient, "Gradient", "Fill an element with a gradient"},
+          {KVCmShadow, "Drop Shadow", "Add a drop shadow to an element"},
+          {KVCmBevelEmboss, "Bevel/Emboss", "Add a bevel/emboss effect to an element"},
+          {KVCmInnerGlow, "Inner Glow", "Adds a glow to the interior of an element"},
+          {KVCmOuterGlow, "Outer Glow", "Adds a glow outside of an element"}}},
     };
     for (LToolBarTab& tab : toolTabs)
         if (tab.name == "Drawing" || tab.name == "Shapes") {
@@ -244,6 +254,17 @@ void MainDialog::Command(unsigned id) {
     case KVCmRedo:
         CmRedo();
         break;
+    case KVCmDelete:
+        CmDeleteElement();
+        break;
+    case KVCmGradient:
+    case KVCmShadow:
+    case KVCmBevelEmboss:
+    case KVCmFillElement:
+    case KVCmInnerGlow:
+    case KVCmOuterGlow:
+        CmAddEffect(id);
+        break;
     default:
         if (KVFindTool(id))
             CmChangeTool(id);
@@ -278,6 +299,15 @@ void MainDialog::UpdateCommandStates() {
     SetCommandEnabled(KVCmConvertShapeToPath, single);
     for (unsigned id = KVCmPathToPen; id <= KVCmPathToSpray; ++id)
         SetCommandEnabled(id, single);
+    SetCommandEnabled(KVCmDelete, open && selected && (selected->GetElement() || dynamic_cast<const KVMultiSelectWidget*>(selected)));
+    const KVToolPanel& panel = uiWindow->GetToolPanel();
+    const std::pair<unsigned, KVEffectId> effects[] = {{KVCmGradient, KVEffectGradient},
+                                                       {KVCmShadow, KVEffectShadow},
+                                                       {KVCmBevelEmboss, KVEffectBevel},
+                                                       {KVCmInnerGlow, KVEffectInnerGlow},
+                                                       {KVCmOuterGlow, KVEffectOuterGlow}};
+    for (const auto& [command, effect] : effects)
+        SetCommandEnabled(command, open && panel.IsEffectAvailable(effect) && !panel.IsEffectShown(effect));
     SetCommandEnabled(KVCmUndo, open && image->GetUndoRedoStack().CanUndo());
     SetCommandEnabled(KVCmRedo, open && image->GetUndoRedoStack().CanRedo());
 
@@ -352,6 +382,8 @@ KVProject* MainDialog::GetCurrentProject(std::unique_ptr<KVRenderLock>& lock) {
 void MainDialog::StepHistory(void (KVProject::*step)()) {
     if (!currentProject)
         return;
+    // A panel change still waiting comes first, so that undo takes it back.
+    ApplyPanelChange();
     {
         Change change(*this);
         (currentProject->*step)();
@@ -401,7 +433,9 @@ void MainDialog::EvRenderProgress(double fraction) { SetStatusProgress(fraction)
 
 void MainDialog::EvRenderNoticeDone() {
     // The bar shows while a render runs, and goes when none is left.
-    if (!renderQueue->IsRendering())
+    if (!renderQueue->IsRendering()) {
         SetStatusProgress(1.0);
+        ApplyPanelChange();
+    }
     update();
 }

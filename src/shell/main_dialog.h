@@ -4,6 +4,7 @@
 // document. Its members are defined by role: commands and projects here, the
 // file commands, recovery and printing in files of their own.
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "shell/render_queue.h"
 #include "surface/draw_surface.h"
 #include "toolkit/main_window.h"
+#include "toolkit/panel_controls.h"
 
 class KVElementWidget;
 class KVElement;
@@ -37,6 +39,13 @@ enum KVCommand : unsigned {
     KVCmZoomIn = 2018,
     KVCmZoomOut = 2019,
     KVCmZoomFromStatus = 2074,
+    KVCmDelete = 2038,
+    KVCmGradient = 2045,
+    KVCmShadow = 2046,
+    KVCmBevelEmboss = 2047,
+    KVCmFillElement = 2048,
+    KVCmInnerGlow = 2049,
+    KVCmOuterGlow = 2050,
     KVCmSelectAll = 2076,
     KVCmConvertShapeToPath = 2088,
     // Change Path Type: one command a kind.
@@ -103,6 +112,19 @@ public:
     void CmInsertImage();
     // The selected stroke as a stroke of another kind (KVCmPathToPen...).
     void CmConvertPathToPath(unsigned id);
+    // A panel changed while `widget` was selected: its element takes the
+    // panel's record as one undo step, and a render follows.
+    void EvToolPanelHasUpdate(KVElementWidget* widget);
+    // A panel's record applied to a document, true when it changed it.
+    using PanelChange = std::function<bool(KVImage& image, const KVLayer* layer)>;
+    // The selected element's record into the panels and effect panels.
+    void EvGetElementProperties(const KVElementWidget* widget);
+    // The menu of a right click on the canvas, at a point of the canvas.
+    void EvRightClickMenu(const KVElementWidget* widget, QPoint at);
+    // Its entries, each enabled as the command would work.
+    std::vector<LPopupEntry> GetRightClickMenu(const KVElementWidget* widget) const;
+    // The selected elements go, as one undo step.
+    void CmDeleteElement();
     // The layer new elements go to: the layer list's current one.
     KVLayer* GetSelectedLayer() const;
 
@@ -152,6 +174,8 @@ private:
     void RefreshWidgets();
     // The selection moved by the keys: its elements follow, then a render.
     void EvWidgetHasUpdate(KVElementWidget* widget);
+    // Gradient, shadow, bevel and the glows, by command.
+    void CmAddEffect(unsigned id);
     // Adds `element` to the selected layer with undo, and selects it when
     // `select`; drops it without a layer.
     void AddElement(KVElement* element, bool select);
@@ -174,6 +198,11 @@ private:
     LProcessResult SaveProjectFile(LProcessInterface& process, KVProject& project, const char* path);
     LProcessResult ExportRaster(LProcessInterface& process, KVProject& project, const char* path);
     bool SaveAs(KVProject& project);
+
+    // The newest panel change not yet applied: it waits for the picture
+    // under way.
+    void ApplyPanelChange();
+    PanelChange pendingPanelChange;
 
     KVProject* currentProject = nullptr;
     LList<KVProject> projects;

@@ -110,6 +110,8 @@ bool MainDialog::EvCloseProject(const KVProject* target) {
     if (!target || !projects.Contains(target))
         return false;
     KVProject* project = const_cast<KVProject*>(target);
+    // A panel change still waiting belongs to the project on screen.
+    ApplyPanelChange();
     renderQueue->StopRenderOf(project);
     KVImage* image = project->GetCurrentImage();
     if (image && !image->GetUndoRedoStack().IsCurrentStateSaved()) {

@@ -1,8 +1,10 @@
 #pragma once
-// The tool window as far as it exists yet: the tabs of the open projects
-// above the canvas, and the tool in use with its record. Tabs speak to the
-// controller by its messages (KVUiMessage): close a project, select one;
-// the canvas's messages go up as they come.
+// The tool window: the tabs of the open projects above the canvas, and on
+// the right the colour picker, the panel of the tool in use and the effect
+// panels. It owns the current tool. Tabs speak to the controller by its
+// messages (KVUiMessage): close a project, select one; the canvas's messages
+// go up as they come, and a panel change on a selected element goes up with
+// its widget.
 
 #include <QImage>
 #include <QWidget>
@@ -13,7 +15,10 @@
 #include <string>
 
 #include "shell/layer_list.h"
+#include "shell/tool_panel.h"
 #include "surface/draw_surface.h"
+
+#include "shell/tools.h"
 
 class KVProject;
 class LImageBuffer;
@@ -25,14 +30,31 @@ enum KVUiMessage : unsigned {
     KVMsgSelectProject = 31,
 };
 
+// The canvas widgets of the fill, mask and path tools, made by whoever
+// provides them. Without one those tools only set the capture mode.
+class KVToolWidgetHooks {
+public:
+    virtual ~KVToolWidgetHooks() = default;
+    // The open path of the bezier or poly line tool becomes an element of
+    // stroke kind `kind` (message 59).
+    virtual void FinishOpenPath(const char* kind) = 0;
+    // The widget of a tool just chosen, and what becomes of the mask of a
+    // selected selection widget.
+    virtual void MakeToolWidget(KVToolWidget widget, KVMaskFate mask) = 0;
+};
+
 class KVUiWindow : public QWidget, private KVDrawSurfaceParent, private KVLayerListParent {
 public:
     // Message id and the project it is about.
     using MessageSink = std::function<void(unsigned id, const KVProject* project)>;
     using SurfaceSink = std::function<void(KVSurfaceMessage id, KVSurfaceMessageData& data)>;
     using LayerSink = std::function<void(KVLayerListMessage id, KVLayerListMessageData& data)>;
+    // A panel changed while `widget` is selected (message 15).
+    using PanelSink = std::function<void(KVElementWidget* widget)>;
 
     KVUiWindow(MessageSink sink, SurfaceSink surfaceSink, QWidget* parent = nullptr);
+    void SetPanelSink(PanelSink s) { panelSink = std::move(s); }
+    void SetToolWidgetHooks(KVToolWidgetHooks* h) { hooks = h; }
 
     void AddProject(const char* name, const KVProject* project);
     void RemoveProject(const KVProject* project);
@@ -51,13 +73,29 @@ public:
 
     // The tool by its key ("pencil", "rectangle"; empty for the selection):
     // the canvas takes its capture mode, and its width, colour and stamp
-    // kind from the tool's record.
+    // kind from the tool's panel; the panel shows. Leaving the bezier or
+    // poly line tool first makes the element of an open path.
     void SetTool(const std::string& key);
+    // Back to the selection; `removeWidgets` also drops a tool's widget.
+    void SetSelectTool(bool removeWidgets);
     const std::string& GetTool() const { return tool; }
-    // The record of the tool in use, as the panels will give it: for now the
-    // kind's defaults, in the picked colour once the eyedropper gave one.
+    // The record the next element of kind P gets, from the panels.
     template <class P> P GetSelectedToolProperties() const;
+    // The eyedropper's colour (message 10): the foreground now.
     void SetForeground(const LGuiColor& colour);
+    // The shape tool's unit element, for the canvas's drag feedback.
+    void UpdateNewElementPreview();
+
+    // Effect commands: each turns its effect on, for the selected element
+    // or the next one drawn; false when it was on or does not apply.
+    bool AddGradient();
+    bool AddShadow();
+    bool AddBevelEmboss();
+    bool AddInnerGlow();
+    bool AddOuterGlow();
+
+    KVToolPanel& GetToolPanel() const { return *toolPanel; }
+    KVColorPicker& GetColorPicker() const { return *colours; }
 
     KVDrawSurface& GetSurface() const { return *surface; }
     // The layer list at the top of the right column; its messages go to `sink`.
@@ -70,9 +108,20 @@ public:
 private:
     void EvSurfaceMessage(KVSurfaceMessage id, KVSurfaceMessageData& data) override;
     void EvLayerListMessage(KVLayerListMessage id, KVLayerListMessageData& data) override;
+    // A control of a panel, or a colour, changed.
+    void EvPanelChanged(bool size);
+    // The canvas's width, colour and stamp from the panel of the tool.
+    void UpdateToolLook();
+    // The element kind the fill control is about: the selected one's, else
+    // the tool's.
+    void EnableFillControl();
 
     MessageSink sink;
     SurfaceSink surfaceSink;
+    PanelSink panelSink;
+    KVToolWidgetHooks* hooks = nullptr;
+    KVColorPicker* colours;
+    KVToolPanel* toolPanel;
     QTabBar* tabs;
     KVDrawSurface* surface;
     KVLayerListWindow* layerWindow;
@@ -81,19 +130,12 @@ private:
     const KVProject* shown = nullptr;
     bool quiet = false; // while tabs change under our own hands
     std::string tool;
-    bool hasForeground = false;
-    LGuiColor foreground;
     // The unit shape of the shape tool in use, shown while it is dragged.
     std::unique_ptr<KVElement> previewElement;
 };
 
 template <class P> P KVUiWindow::GetSelectedToolProperties() const {
     P p;
-    if (hasForeground) {
-        if constexpr (requires { p.colour; })
-            static_cast<LGuiColor&>(p.colour) = foreground;
-        if constexpr (requires { p.lineColour; })
-            static_cast<LGuiColor&>(p.lineColour) = foreground;
-    }
+    toolPanel->GetSelectedToolProperties(p);
     return p;
 }

@@ -127,6 +127,7 @@ public:
     void SetLineWidth(float width);
     void SetLineColor(LGuiColorAlpha colour);
     void SetStampType(KVBrushType type) { stampType = type; }
+    KVBrushType GetStampType() const { return stampType; }
     // The unit shape of the shape tool in use, or null; the caller keeps it.
     void SetPreviewElement(KVElement* element) { previewElement = element; }
     const KVStrokePreview& GetStrokePreview() const { return strokePreview; }

@@ -1,5 +1,6 @@
 #include "toolkit/dialogs.h"
 
+#include <QColorDialog>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMessageBox>
@@ -21,6 +22,11 @@ LFileDialogResponder& FileResponder() {
 
 LTextInputResponder& TextResponder() {
     static LTextInputResponder responder;
+    return responder;
+}
+
+LColourResponder& ColourResponder() {
+    static LColourResponder responder;
     return responder;
 }
 
@@ -140,3 +146,18 @@ std::string LFileDialog(QWidget* parent, const LFileDialogRequest& request) {
 
 std::string LGetPicturesFolder() { return StandardFolder(QStandardPaths::PicturesLocation); }
 std::string LGetDocumentsFolder() { return StandardFolder(QStandardPaths::DocumentsLocation); }
+
+void LSetColourResponder(LColourResponder responder) { ColourResponder() = std::move(responder); }
+
+std::optional<LGuiColorAlpha> LColourDialog(QWidget* parent, const LColourRequest& request) {
+    if (ColourResponder())
+        return ColourResponder()(request);
+    const LGuiColorAlpha& c = request.colour;
+    const QColor chosen = QColorDialog::getColor(QColor(c.Red8(), c.Green8(), c.Blue8(), c.alpha), parent,
+                                                 QString::fromStdString(request.title),
+                                                 QColorDialog::ShowAlphaChannel);
+    if (!chosen.isValid())
+        return std::nullopt;
+    return LGuiColorAlpha(static_cast<unsigned char>(chosen.red()), static_cast<unsigned char>(chosen.green()),
+                          static_cast<unsigned char>(chosen.blue()), static_cast<unsigned char>(chosen.alpha()));
+}

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "foundation/color.h"
+
 class QWidget;
 
 struct LAlertRequest {
@@ -61,10 +63,21 @@ using LTextInputResponder = std::function<std::optional<std::string>(const LText
 // Asks for one line of text.
 std::optional<std::string> LTextInput(QWidget* parent, const LTextInputRequest& request);
 
+struct LColourRequest {
+    std::string title;
+    LGuiColorAlpha colour; // the colour it opens with
+};
+// The colour chosen, or nothing when the picker was cancelled.
+using LColourResponder = std::function<std::optional<LGuiColorAlpha>(const LColourRequest&)>;
+
+// The colour picker, with an alpha channel.
+std::optional<LGuiColorAlpha> LColourDialog(QWidget* parent, const LColourRequest& request);
+
 // A null responder brings back the real dialogs.
 void LSetAlertResponder(LAlertResponder responder);
 void LSetFileDialogResponder(LFileDialogResponder responder);
 void LSetTextInputResponder(LTextInputResponder responder);
+void LSetColourResponder(LColourResponder responder);
 
 // The user's standard folders ("Pictures", "Documents"), or the home folder.
 std::string LGetPicturesFolder();

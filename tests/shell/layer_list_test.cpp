@@ -26,7 +26,6 @@
 #include "shell/ui_window.h"
 #include "surface/canvas_widgets.h"
 #include "support/qt_wait.h"
-#include "toolkit/color_dialog.h"
 #include "toolkit/dialogs.h"
 #include "toolkit/settings.h"
 
@@ -67,7 +66,7 @@ protected:
     }
     void TearDown() override {
         LSetAlertResponder(nullptr);
-        LSetColorDialogResponder(nullptr);
+        LSetColourResponder(nullptr);
     }
     KVDrawSurface& Surface() { return dialog.GetUiWindow().GetSurface(); }
     KVLayerList& List() { return dialog.GetUiWindow().GetLayerList(); }
@@ -284,7 +283,7 @@ TEST_F(Layers, HiddenLayersAskBeforeAMergeOrADrawingAndDoNotProceedChangesNothin
 }
 
 TEST_F(Layers, TheBackgroundStripSetsTheColourInOneUndoStep) {
-    LSetColorDialogResponder([](const LGuiColorAlpha&) { return LGuiColorAlpha(10, 20, 30, 255); });
+    LSetColourResponder([](const LColourRequest&) { return LGuiColorAlpha(10, 20, 30, 255); });
     KVLayerListBackgroundDisplay& strip = List().GetBackground();
     struct Case {
         const char* entry; // null: a left click

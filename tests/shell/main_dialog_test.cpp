@@ -359,7 +359,11 @@ TEST_F(Editor, TheWindowShowsWhatIsOpenAndTheKeysAndWheelWorkOnIt) {
     QApplication::sendEvent(viewport, &wheel);
     EXPECT_EQ(dialog->GetZoomPercent(), 113) << "a notch is a step of an eighth";
     EXPECT_FLOAT_EQ(dialog->GetUiWindow().GetSurface().GetZoom(), 1.125f);
-    auto* zoom = dialog->findChild<QComboBox*>();
+    // The status bar's zoom box is the one combo box that takes typing.
+    QComboBox* zoom = nullptr;
+    for (QComboBox* box : dialog->findChildren<QComboBox*>())
+        if (box->isEditable())
+            zoom = box;
     ASSERT_NE(zoom, nullptr);
     const int steps = zoom->count();
     zoom->lineEdit()->selectAll();
