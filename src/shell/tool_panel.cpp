@@ -82,21 +82,6 @@ bool KVColorPicker::IsFillEnabled() const {
 
 // ---------------------------------------------------------------- panels
 
-namespace {
-
-bool IsOneOf(const std::string& key, std::initializer_list<const char*> keys) {
-    for (const char* k : keys)
-        if (key == k)
-            return true;
-    return false;
-}
-
-bool IsShapeKey(const std::string& key) {
-    return IsOneOf(key, {"rectangle", "ellipse", "polygon", "triangle"});
-}
-
-} // namespace
-
 KVToolPanel::KVToolPanel(KVColorPicker& picker, QWidget* parent)
     : QScrollArea(parent), colours(picker) {
     setWidgetResizable(true);

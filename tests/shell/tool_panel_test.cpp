@@ -381,7 +381,7 @@ TEST_F(ToolPanels, AGroupResizeMovesAndScalesEachMemberAboutTheFrameInOneStep) {
     const LBoundingBox2T<float> frame = group->GetDimensions();
     // The bottom right handle, wherever the frame's margin puts it.
     QPoint handle;
-    for (int d = -12; d <= 12 && handle.isNull(); ++d)
+    for (int d = -30; d <= 30 && handle.isNull(); ++d)
         if (group->WhichHandle(frame.x2 + d, frame.y2 + d, 1.0f / Surface().GetZoom()) ==
             KVHandleBottomRight)
             handle = At(frame.x2 + d, frame.y2 + d);
