@@ -19,6 +19,7 @@
 #include "shell/main_dialog.h"
 #include "shell/tools.h"
 #include "shell/ui_window.h"
+#include "support/editor_fixture.h"
 #include "support/qt_wait.h"
 #include "support/temp_dir.h"
 #include "surface/canvas_widgets.h"
@@ -27,46 +28,14 @@
 
 namespace {
 
-class Canvas : public ::testing::Test {
+class Canvas : public kvtest::EditorFixture {
 protected:
-    void SetUp() override {
-        std::error_code ec;
-        std::filesystem::remove(LUserSettingsPath(), ec);
-        LUserSettingSet("Settings", "DefaultWidth", 400L);
-        LUserSettingSet("Settings", "DefaultHeight", 300L);
-        dialog.InitDialog();
-        dialog.KillTimer(0);
-        dialog.show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
-        dialog.CmNewProject();
-        ASSERT_TRUE(kvtest::WaitFor([&] { return Surface().HasImage(); }));
-    }
-    KVDrawSurface& Surface() { return dialog.GetUiWindow().GetSurface(); }
-    KVImage& Image() { return *dialog.PeekCurrentProject()->GetCurrentImage(); }
-    KVLayer& Layer() { return *dialog.GetSelectedLayer(); }
-    unsigned long UndoItems() { return Image().GetUndoRedoStack().GetNumItems(); }
-    // An image point as the logical point of a Qt event.
-    QPoint At(float x, float y) {
-        const float ratio = Surface().GetDeviceRatio(), zoom = Surface().GetZoom();
-        return QPoint(static_cast<int>((x * zoom - Surface().TranslateToCanvasX(0)) / ratio),
-                      static_cast<int>((y * zoom - Surface().TranslateToCanvasY(0)) / ratio));
-    }
-    void Drag(std::vector<std::pair<float, float>> trail) {
-        QWidget* view = Surface().viewport();
-        QTest::mousePress(view, Qt::LeftButton, {}, At(trail[0].first, trail[0].second));
-        for (size_t i = 1; i < trail.size(); ++i)
-            QTest::mouseMove(view, At(trail[i].first, trail[i].second));
-        QTest::mouseRelease(view, Qt::LeftButton, {}, At(trail.back().first, trail.back().second));
-    }
     // With KV_CANVAS_SHOTS set, the view is saved there to be looked at.
     void Shoot(const std::string& name) {
         if (const char* folder = std::getenv("KV_CANVAS_SHOTS"))
             Surface().viewport()->grab().save(QString("%1/%2.png").arg(folder, QString::fromStdString(name)));
     }
-    KVElement* Last() { return Layer().GetElementList().GetLast(); }
-    template <class E> auto Record() { return dynamic_cast<E&>(*Last()).GetProperties(); }
 
-    MainDialog dialog;
 };
 
 TEST_F(Canvas, AFreehandStrokeBecomesOneElementAlongThePointersTrailInOneUndoStep) {

@@ -25,6 +25,7 @@
 #include "shell/tools.h"
 #include "shell/ui_window.h"
 #include "surface/canvas_widgets.h"
+#include "support/editor_fixture.h"
 #include "support/qt_wait.h"
 #include "toolkit/dialogs.h"
 #include "toolkit/settings.h"
@@ -46,32 +47,19 @@ void ClickRow(QTreeWidget& rows, int row, Qt::KeyboardModifiers keys) {
     QTest::mouseClick(rows.viewport(), Qt::LeftButton, keys, rows.visualItemRect(rows.topLevelItem(row)).center());
 }
 
-class Layers : public ::testing::Test {
+class Layers : public kvtest::EditorFixture {
 protected:
-    void SetUp() override {
-        std::error_code ec;
-        std::filesystem::remove(LUserSettingsPath(), ec);
-        LUserSettingSet("Settings", "DefaultWidth", 400L);
-        LUserSettingSet("Settings", "DefaultHeight", 300L);
+    void BeforeInit() override {
         LSetAlertResponder([this](const LAlertRequest& r) {
             alerts.push_back(r);
             return alertAnswer;
         });
-        dialog.InitDialog();
-        dialog.KillTimer(0);
-        dialog.show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
-        dialog.CmNewProject();
-        ASSERT_TRUE(kvtest::WaitFor([&] { return Surface().HasImage(); }));
     }
     void TearDown() override {
         LSetAlertResponder(nullptr);
         LSetColourResponder(nullptr);
     }
-    KVDrawSurface& Surface() { return dialog.GetUiWindow().GetSurface(); }
     KVLayerList& List() { return dialog.GetUiWindow().GetLayerList(); }
-    KVImage& Image() { return *dialog.PeekCurrentProject()->GetCurrentImage(); }
-    unsigned long UndoItems() { return Image().GetUndoRedoStack().GetNumItems(); }
     void Press(KVLayerListWindow::Button id) {
         QTest::mouseClick(&dialog.GetUiWindow().GetLayerListWindow().GetButton(id), Qt::LeftButton);
     }
@@ -117,7 +105,6 @@ protected:
     }
     void Click(QWidget& w, QPoint at) { QTest::mouseClick(&w, Qt::LeftButton, {}, at); }
 
-    MainDialog dialog;
     std::vector<LAlertRequest> alerts;
     int alertAnswer = 1;
 };

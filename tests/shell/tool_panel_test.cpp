@@ -22,6 +22,7 @@
 #include "shell/main_dialog.h"
 #include "shell/tool_panel.h"
 #include "shell/ui_window.h"
+#include "support/editor_fixture.h"
 #include "support/qt_wait.h"
 #include "surface/canvas_widgets.h"
 #include "surface/frame_geometry.h"
@@ -30,41 +31,13 @@
 
 namespace {
 
-class ToolPanels : public ::testing::Test {
+class ToolPanels : public kvtest::EditorFixture {
 protected:
-    void SetUp() override {
-        std::error_code ec;
-        std::filesystem::remove(LUserSettingsPath(), ec);
-        LUserSettingSet("Settings", "DefaultWidth", 400L);
-        LUserSettingSet("Settings", "DefaultHeight", 300L);
-        dialog.InitDialog();
-        dialog.KillTimer(0);
-        dialog.show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
-        dialog.CmNewProject();
-        ASSERT_TRUE(kvtest::WaitFor([&] { return Surface().HasImage(); }));
-    }
     void TearDown() override {
         LSetColourResponder(nullptr);
         LSetPopupResponder(nullptr);
     }
-    KVDrawSurface& Surface() { return dialog.GetUiWindow().GetSurface(); }
     KVToolPanel& Panels() { return dialog.GetUiWindow().GetToolPanel(); }
-    KVImage& Image() { return *dialog.PeekCurrentProject()->GetCurrentImage(); }
-    KVLayer& Layer() { return *dialog.GetSelectedLayer(); }
-    unsigned long UndoItems() { return Image().GetUndoRedoStack().GetNumItems(); }
-    QPoint At(float x, float y) {
-        const float ratio = Surface().GetDeviceRatio(), zoom = Surface().GetZoom();
-        return QPoint(static_cast<int>((x * zoom - Surface().TranslateToCanvasX(0)) / ratio),
-                      static_cast<int>((y * zoom - Surface().TranslateToCanvasY(0)) / ratio));
-    }
-    void Drag(std::vector<std::pair<float, float>> trail) {
-        QWidget* view = Surface().viewport();
-        QTest::mousePress(view, Qt::LeftButton, {}, At(trail[0].first, trail[0].second));
-        for (size_t i = 1; i < trail.size(); ++i)
-            QTest::mouseMove(view, At(trail[i].first, trail[i].second));
-        QTest::mouseRelease(view, Qt::LeftButton, {}, At(trail.back().first, trail.back().second));
-    }
     // A wavy stroke from (60, y) to (300, y).
     void Stroke(float y) {
         std::vector<std::pair<float, float>> trail;
@@ -83,8 +56,6 @@ protected:
         ASSERT_TRUE(number);
         number->GetSpinBox().setValue(value);
     }
-    KVElement* Last() { return Layer().GetElementList().GetLast(); }
-    template <class E> auto Record() { return dynamic_cast<E&>(*Last()).GetProperties(); }
     bool RenderAsked() { return !dialog.GetRenderResults().IsEmpty(); }
     void ColorPickerClick(LColourButton& button) {
         Idle();
@@ -92,7 +63,6 @@ protected:
         Idle();
     }
 
-    MainDialog dialog;
 };
 
 TEST_F(ToolPanels, EachToolSetsItsCaptureModeStampAndPanel) {
