@@ -319,6 +319,8 @@ void KVReadImageSVG::LoadElement(const LVectorImageElement& e) {
 void KVReadImageSVG::LoadPath(const LVectorImagePath& s) {
     std::vector<std::unique_ptr<KVDrawPath>> paths;
     ConstructPath(s.commands, image->GetWidth(), image->GetHeight(), paths);
+    // Every subpath's gradient spans the whole path's box.
+    const LBoundingBox2T<float> box = s.GetPointBounds();
     for (auto& one : paths) {
         // A lone point has no segment to draw, and a pen without one fails
         // the whole picture's render: it is an element that cannot be made.
@@ -327,7 +329,7 @@ void KVReadImageSVG::LoadPath(const LVectorImagePath& s) {
         KVPenElementProperties p;
         p.width = LineWidth(s);
         p.colour = Opaque(s.stroke.brush.colour);
-        TakeFill(p, s, s.GetPointBounds());
+        TakeFill(p, s, box);
         p.path.Set(one.release());
         Add(new KVPenElement(p));
     }
