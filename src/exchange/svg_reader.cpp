@@ -437,7 +437,10 @@ void Reader::DecodeAttribute(const char* name, const char* value) {
         s.isDataUri = std::strstr(value, "data:image") != nullptr;
         s.hrefIsLocal = !s.isDataUri && std::strchr(value, '#') != nullptr;
         if (s.isDataUri) {
-            const char* type = std::strstr(value, "data:image") + 11;
+            // The word behind "data:image/"; a value may end before it.
+            const char* type = std::strstr(value, "data:image") + 10;
+            if (*type == '/')
+                ++type;
             const char* semi = std::strchr(type, ';');
             s.dataEncoding = EncodingOfType(std::string(type, semi ? semi - type : 0));
         }
