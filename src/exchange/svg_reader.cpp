@@ -160,6 +160,10 @@ void Reader::DecodeChild(const LXMLElement& e) {
     const char* name = e.GetName();
     if (!name && !e.GetElementData()[0])
         return;
+    // Inside a use, every element counts against the budget that stops
+    // uses of uses from multiplying without end.
+    if (!expanding.empty() && useBudget > 0)
+        --useBudget;
     Push();
     const bool textChild = name && (Is(name, "tspan") || Is(name, "tref") || Is(name, "textPath"));
     DecodeByName(e);
@@ -734,7 +738,6 @@ void Reader::DecodeUse(const LXMLElement& e) {
                                          "circle", "ellipse", "text", "textPath"};
     if (std::none_of(std::begin(kKinds), std::end(kKinds), [&](const char* k) { return target.IsNamed(k); }))
         return;
-    --useBudget;
     expanding.insert(&target);
     // The use's x and y do not move what it draws.
     DecodeByName(target);

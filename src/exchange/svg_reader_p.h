@@ -154,8 +154,9 @@ private:
     // would expand for ever.
     std::unordered_set<const LXMLElement*> expanding;
     // Elements walked through "use": chains of uses that each use the one
-    // before many times would otherwise grow without end.
-    unsigned long useBudget = 1000000;
+    // before many times would otherwise grow without end. A hundred
+    // thousand is more than any real drawing repeats.
+    unsigned long useBudget = 100000;
     float docWidth = 0, docHeight = 0;
     std::map<std::string, float> widths;
 };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <string>
 
@@ -153,6 +154,42 @@ TEST(SvgReaderTest, AttributesFollowTheirAlphabeticalOrderAndReferencesOnePass) 
     EXPECT_TRUE(Shape(d, 0).fill.brush.stopPositions.empty());
     EXPECT_FLOAT_EQ(Shape(d, 1).fill.opacity, 127 / 255.0f);
     EXPECT_FLOAT_EQ(Shape(d, 1).stroke.opacity, 1);
+}
+
+// Each level uses the one below ten times: eight levels would be a hundred
+// million rectangles. The uses stop multiplying at a budget.
+TEST(SvgReaderTest, UsesOfUsesStopMultiplyingInMomentsNotHours) {
+    std::string body = "<g id=\"l0\"><rect width=\"1\" height=\"1\"/></g>";
+    for (int level = 1; level <= 8; ++level) {
+        body += "<g id=\"l" + std::to_string(level) + "\">";
+        for (int i = 0; i < 10; ++i)
+            body += "<use xlink:href=\"#l" + std::to_string(level - 1) + "\"/>";
+        body += "</g>";
+    }
+    const auto start = std::chrono::steady_clock::now();
+    const LVectorImage image = Read(body);
+    // Seconds at most even in a checked build; a tenth of that in a release.
+    EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), 5.0);
+    EXPECT_GT(image.elements.size(), 10000u);
+    EXPECT_LT(image.elements.size(), 120000u);
+}
+
+TEST(SvgReaderTest, PercentagesAreOfTheViewBoxOrOfTheShapesBox) {
+    const LVectorImage image = Read(
+        "<circle cx=\"50%\" cy=\"50%\" r=\"10%\"/>"
+        "<radialGradient id=\"r\" cx=\"25%\" r=\"50%\"><stop offset=\"0\"/><stop offset=\"1\"/></radialGradient>"
+        "<rect x=\"10\" y=\"20\" width=\"40\" height=\"10\" fill=\"url(#r)\"/>"
+        "<rect x=\"10\" y=\"20\" width=\"40\" height=\"10\" fill=\"url(#r)\" stroke=\"url(#nothing)\"/>",
+        "viewBox=\"0 0 200 100\"");
+    const auto& circle = static_cast<const LVectorImageEllipse&>(*image.elements[0]);
+    EXPECT_FLOAT_EQ(circle.cx, 100);
+    EXPECT_FLOAT_EQ(circle.cy, 50);
+    EXPECT_NEAR(circle.rx, 15.81f, 0.01f) << "of the view box's mean side";
+    const LVectorImageBrush& brush = Shape(image, 1).fill.brush;
+    EXPECT_EQ(brush.type, LVectorImageBrushRadial);
+    EXPECT_FLOAT_EQ(brush.x1, 20) << "a quarter of the box's width, from its left";
+    EXPECT_FLOAT_EQ(brush.y1, 25) << "the centre's default is half of the box";
+    EXPECT_EQ(Shape(image, 2).stroke.brush.type, LVectorImageBrushNone);
 }
 
 TEST(SvgReaderTest, TheSizeComesFromTheDocumentTheViewBoxOrWhatWasDrawn) {

@@ -141,6 +141,54 @@ TEST(SvgToElementsTest, GradientStopsAtTheEndsReplaceTheEndColours) {
     EXPECT_FLOAT_EQ(g.end.x, 1);
 }
 
+TEST(SvgToElementsTest, TextCharactersKeepTheirFontColourAndAnchor) {
+    auto image = Load("<text x=\"50\" y=\"20\" font-size=\"12.6\" font-family=\"'DejaVu Sans', serif\" "
+                      "font-weight=\"bolder\" font-style=\"italic\" text-decoration=\"underline\" "
+                      "fill=\"#c00\" text-anchor=\"middle\">A  B\n</text>"
+                      "<text x=\"50\" y=\"40\" font-size=\"12.6\" font-family=\"'DejaVu Sans', serif\" "
+                      "font-weight=\"700\" font-style=\"italic\" text-decoration=\"underline\">A</text>");
+    const auto e = Elements(*image);
+    ASSERT_EQ(e.size(), 3u) << "the blanks are no elements";
+    const auto a = Props<KVTextElement>(e[0]);
+    EXPECT_EQ(a.text, "A");
+    EXPECT_EQ(a.fontSize, 13u);
+    EXPECT_STREQ(a.font, "DejaVu Sans");
+    EXPECT_FALSE(a.bold) << "bolder than normal is 500";
+    EXPECT_TRUE(a.italic && a.underline);
+    EXPECT_EQ(a.colour, LGuiColorAlpha(0xCC, 0, 0, 255));
+    EXPECT_EQ(a.alignment, LAlignmentXCentre);
+    EXPECT_GT(a.bounds.GetWidth(), 0);
+    const auto b = Props<KVTextElement>(e[1]);
+    EXPECT_EQ(b.text, "B");
+    EXPECT_GT(b.bounds.x1, a.bounds.x2);
+    const auto left = Props<KVTextElement>(e[2]);
+    EXPECT_TRUE(left.bold);
+    EXPECT_EQ(left.alignment, LAlignmentXLeft);
+    EXPECT_FLOAT_EQ(left.bounds.x1, 50);
+    EXPECT_LT(a.bounds.x1, 50) << "a middle anchor starts half the run to the left";
+}
+
+TEST(SvgToElementsTest, PicturesAreFittedAsTheirAspectSays) {
+    struct Case {
+        const char* aspect;
+        int width, height;
+    } cases[] = {
+        {"none", 20, 10},
+        {"xMidYMid meet", 10, 10},
+        {"xMinYMin slice", 2, 2},
+    };
+    for (const Case& c : cases) {
+        auto image = Load(std::string("<image x=\"3.4\" y=\"4.6\" width=\"20\" height=\"10\" preserveAspectRatio=\"") +
+                          c.aspect + "\" xlink:href=\"" + kPicture + "\"/>");
+        const auto p = Props<KVImageElement>(Elements(*image).at(0));
+        EXPECT_EQ(p.x, 3);
+        EXPECT_EQ(p.y, 5);
+        EXPECT_EQ(p.width, c.width) << c.aspect;
+        EXPECT_EQ(p.height, c.height) << c.aspect;
+        EXPECT_TRUE(p.HasImage());
+    }
+}
+
 // A project of the kinds the file keeps, saved by our own export and opened
 // again: the same elements, within a pixel, behind the background's
 // rectangle; and the reopened project looks as the file does to another
