@@ -1,7 +1,6 @@
 #pragma once
 // The SVG reader's inner parts, shared by its files and its tests.
 
-#include <map>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -158,7 +157,6 @@ private:
     // thousand is more than any real drawing repeats.
     unsigned long useBudget = 100000;
     float docWidth = 0, docHeight = 0;
-    std::map<std::string, float> widths;
 };
 
 } // namespace kvsvgin

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <map>
 
 #include "exchange/svg_reader_p.h"
 #include "foundation/base64.h"
@@ -46,11 +47,16 @@ float Reader::MeasureByte(const State& s, unsigned char byte) {
     char key[300];
     std::snprintf(key, sizeof key, "%s|%g|%d%d%d|%u", s.fontFace.c_str(), s.fontSize,
                   s.fontWeight > 699, s.italic, s.underline, byte);
+    // Kept across files: a font's letters measure the same in all of them.
+    // The layouts belong to their thread, and so does this cache.
+    static thread_local std::map<std::string, float> widths;
     const auto found = widths.find(key);
     if (found != widths.end())
         return found->second;
+    if (widths.size() > 20000)
+        widths.clear();
     float width = 0, height = 0;
-    LPaintSurfaceImage scratch(500, 500);
+    LPaintSurfaceImage scratch(1, 1);
     if (scratch.IsValid()) {
         LPaintSurface::SetFont(scratch.context, LGuiFont(s.fontFace.c_str(), s.fontSize,
                                                          s.fontWeight > 699, s.italic, s.underline));

@@ -3,6 +3,7 @@
 #include "exchange/svg_to_elements.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -12,6 +13,7 @@
 #include "document/image_element.h"
 #include "document/shapes.h"
 #include "document/text_elements.h"
+#include "foundation/file.h"
 #include "foundation/paint_surface.h"
 #include "foundation/string.h"
 #include "foundation/text_format.h"
@@ -64,6 +66,8 @@ public:
         const auto found = sizes.find(key);
         if (found != sizes.end())
             return found->second;
+        if (sizes.size() > 20000)
+            sizes.clear();
         LPointTemplate<float> size{0, 0};
         LPaintSurfaceImage scratch(1, 1);
         if (scratch.IsValid()) {
@@ -384,6 +388,12 @@ LProcessResult Process(LProcessInterface& process, KVSVGProjectLoad& load) {
     const size_t slash = file.find_last_of('/');
     if (slash != std::string::npos)
         file.erase(0, slash + 1);
+    // A missing file is not a broken picture: it is named as the export
+    // names any missing input.
+    if (!load.path || !LFile::Exists(load.path)) {
+        process.SetError(LFile::ErrorText("The file could not be found.", load.path ? load.path : "", ENOENT).c_str());
+        return LProcessResultError;
+    }
     KVReadImageSVG reader(load.path);
     // The reader's reason comes behind the sentence that names the file.
     struct Reasons : LProcessInterfaceNested {

@@ -48,7 +48,7 @@ private:
 // An SVG file opened as a project, named by the file (without its
 // extension), its one image named by the file name. A file that cannot be
 // used gives 2 and the message "<file> is not a picture this program can
-// open" followed by the reader's reason.
+// open" followed by the reader's reason; a missing one says it was not found.
 struct KVSVGProjectLoad {
     const char* path = nullptr;
     std::unique_ptr<KVProject> project;

@@ -138,6 +138,8 @@ TEST_F(Korvane, FailuresGiveAMessageAndStatusOne) {
         {"out.bmp", "in.png", "korvane: The image could not be saved\n"},
         {"out.png", "broken.png", "korvane: The image could not be loaded.\n"},
         {"out.png", "broken.kvp", "korvane: The file \"broken.kvp\" is not a project file.\n"},
+        {"out.png", "missing.svg",
+         "korvane: The file could not be found.\n{in}: No such file or directory\n"},
         {"out.png", "broken.svg", "korvane: \"broken.svg\" is not a picture this program can open. Ln 1, Col 11: Tag <rect> does not have a closing '>'\n"},
         {"out.png", "empty.kvp", "korvane: The picture of 0 by 10 pixels cannot be made.\n"},
         {"out.png", "no-such-format.xyz",
