@@ -215,7 +215,8 @@ void Reader::DecodeByName(const LXMLElement& e) {
         s.afterTextChild = false;
         DecodeAttributes(e);
         ConvertPercentToReal();
-        CreateFillStrokeBrushInfo();
+        if (Top().mode == kModeCreate)
+            CreateFillStrokeBrushInfo();
         if (const char* text = LeadingText(e))
             DecodeText(e, text);
         Walk(e);
@@ -549,6 +550,16 @@ void Reader::UpdateBounds(float x, float y) {
 // ---------------------------------------------------------------- paints
 
 bool Reader::DecodeGradient(const LXMLElement& g, LVectorImageBrush& brush) {
+    // What a gradient holds may paint with the gradient itself: decoded
+    // again from inside, it would never end.
+    if (!gradients.insert(&g).second)
+        return false;
+    const bool done = DecodeGradientOnce(g, brush);
+    gradients.erase(&g);
+    return done;
+}
+
+bool Reader::DecodeGradientOnce(const LXMLElement& g, LVectorImageBrush& brush) {
     // Decoded over a copy of the shape's state, with the geometry of the
     // shape out of the way, so that neither changes the other.
     const LBoundingBox2T<float> box = Top().box;
@@ -631,8 +642,8 @@ void Reader::CreateFillStrokeBrushInfo() {
         if (found != ids.end() &&
             (found->second->IsNamed("linearGradient") || found->second->IsNamed("radialGradient"))) {
             LVectorImageBrush gradient;
-            DecodeGradient(*found->second, gradient);
-            (fill ? Top().fillBrush : Top().strokeBrush) = gradient;
+            if (DecodeGradient(*found->second, gradient))
+                (fill ? Top().fillBrush : Top().strokeBrush) = gradient;
         } else {
             brush.type = LVectorImageBrushSolid;
             brush.colour = fill ? s.fillColour : s.strokeColour;

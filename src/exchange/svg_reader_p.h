@@ -130,7 +130,9 @@ private:
     void ConvertPercentToReal();
     // The paints of the shape about to be made, gradients decoded now.
     void CreateFillStrokeBrushInfo();
+    // False for a gradient already being decoded further up.
     bool DecodeGradient(const LXMLElement& gradient, LVectorImageBrush& brush);
+    bool DecodeGradientOnce(const LXMLElement& gradient, LVectorImageBrush& brush);
     void CopyGeneralAttributes(LVectorImageShape& shape, bool withFill);
     void UpdateBounds(float x, float y);
     void Add(std::unique_ptr<LVectorImageElement> element);
@@ -149,9 +151,9 @@ private:
     // Points into the document, which outlives the walk: no element is
     // copied, so that many ids cost nothing each.
     std::unordered_map<std::string, const LXMLElement*> ids;
-    // The "use" targets being expanded: one that contains a use of itself
-    // would expand for ever.
-    std::unordered_set<const LXMLElement*> expanding;
+    // The "use" targets and the gradients being decoded: one that refers
+    // to itself from inside would be decoded for ever.
+    std::unordered_set<const LXMLElement*> expanding, gradients;
     // Elements walked through "use": chains of uses that each use the one
     // before many times would otherwise grow without end. A hundred
     // thousand is more than any real drawing repeats.

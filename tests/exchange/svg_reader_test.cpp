@@ -146,6 +146,11 @@ TEST(SvgReaderTest, AttributesFollowTheirAlphabeticalOrderAndReferencesOnePass) 
     ASSERT_EQ(c.elements.size(), 4u);
     EXPECT_FLOAT_EQ(c.elements[1]->left, 2);
     EXPECT_EQ(c.elements[3]->type, LVectorImageCircleType);
+    // Nor does a gradient that holds something painted with itself.
+    LVectorImage selfPaint = Read("<linearGradient id=\"s\"><stop offset=\"0\"/><text fill=\"url(#s)\">x</text>"
+                                  "<stop offset=\"1\"/></linearGradient><rect width=\"1\" height=\"1\" fill=\"url(#s)\"/>");
+    ASSERT_EQ(selfPaint.elements.size(), 1u);
+    EXPECT_EQ(Shape(selfPaint, 0).fill.brush.stopPositions.size(), 2u);
 
     // Opacity reaches the fill only; a gradient of one stop has no stops.
     LVectorImage d = Read("<linearGradient id=\"one\"><stop offset=\"0.5\" stop-color=\"red\"/></linearGradient>"
