@@ -1,11 +1,13 @@
 #include "app/export_command.h"
 
 #include <cerrno>
+#include <memory>
 
 #include "document/project.h"
 #include "exchange/file_types.h"
 #include "exchange/render_pdf.h"
 #include "exchange/render_svg.h"
+#include "exchange/svg_to_elements.h"
 #include "foundation/file.h"
 #include "imaging/image_export.h"
 #include "imaging/image_file.h"
@@ -58,19 +60,39 @@ void KVConsoleProcess::Finish() {
 
 namespace {
 
+// Inputs that are documents of elements: projects, and SVG files read as
+// the editor opens them.
+bool IsDocument(const char* input) {
+    const KVExportKind kind = KVGetExportKind(input);
+    return kind == KVExportKindProject || kind == KVExportKindSVG;
+}
+
+LProcessResult LoadDocument(LProcessInterface& process, const char* input,
+                            std::unique_ptr<KVProject>& project) {
+    if (KVGetExportKind(input) == KVExportKindSVG) {
+        KVSVGProjectLoad load{input, nullptr};
+        if (LProcessResult r = Process(process, load))
+            return r;
+        project = std::move(load.project);
+        return LProcessResultOk;
+    }
+    project = std::make_unique<KVProject>();
+    return KVProjectFileLoad(process, *project, input);
+}
+
 // Makes the picture that is to be saved: a raster file is that picture; a
-// project is loaded and rendered as on screen.
+// document is loaded and rendered as on screen.
 LProcessResult KVExportMakePicture(LProcessInterface& process, const char* input,
                                    LImageBuffer& picture) {
-    if (KVGetExportKind(input) == KVExportKindProject) {
-        KVProject project;
+    if (IsDocument(input)) {
+        std::unique_ptr<KVProject> project;
         {
             LProcessInterfaceSubProcess loading(process, 0, 0.3);
-            if (LProcessResult r = KVProjectFileLoad(loading, project, input))
+            if (LProcessResult r = LoadDocument(loading, input, project))
                 return r;
         }
         KVProjectPicture work;
-        work.project = &project;
+        work.project = project.get();
         LProcessInterfaceSubProcess rendering(process, 0.3, 0.7);
         if (LProcessResult r = Process(rendering, work))
             return r;
@@ -110,20 +132,20 @@ LProcessResult KVExportFile(LProcessInterface& process, const char* output, cons
     }
 
     const bool vector = kind == KVExportKindSVG || kind == KVExportKindPDF;
-    if (vector && KVGetExportKind(input) == KVExportKindProject) {
-        // A project goes into the file as the shapes it is made of.
-        KVProject project;
+    if (vector && IsDocument(input)) {
+        // A document goes into the file as the shapes it is made of.
+        std::unique_ptr<KVProject> project;
         {
             LProcessInterfaceSubProcess loading(process, 0, 0.3);
-            if (LProcessResult r = KVProjectFileLoad(loading, project, input))
+            if (LProcessResult r = LoadDocument(loading, input, project))
                 return r;
         }
         LProcessInterfaceSubProcess writing(process, 0.3, 0.7);
         if (kind == KVExportKindPDF) {
-            KVProjectPDFSave save{&project, output};
+            KVProjectPDFSave save{project.get(), output};
             return Process(writing, save);
         }
-        KVProjectSVGSave save{&project, output};
+        KVProjectSVGSave save{project.get(), output};
         return Process(writing, save);
     }
     LImageBuffer picture;

@@ -272,7 +272,7 @@ private:
     static constexpr size_t kStopCheckBytes = 512;
     // Deeper nesting than any real document has is refused rather than
     // allowed to run the stack out, in reading and in every walk after.
-    static constexpr int kDepthLimit = 1000;
+    static constexpr int kDepthLimit = 4096;
 
     int Peek() const { return pos < length ? static_cast<unsigned char>(text[pos]) : 0; }
 

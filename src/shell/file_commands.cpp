@@ -9,6 +9,7 @@
 #include "exchange/file_types.h"
 #include "exchange/render_pdf.h"
 #include "exchange/render_svg.h"
+#include "exchange/svg_to_elements.h"
 #include "foundation/app_paths.h"
 #include "foundation/string.h"
 #include "imaging/image_export.h"
@@ -24,8 +25,12 @@ using namespace kvshell;
 
 std::vector<LFileFilter> kvshell::OpenFilters(bool withProjects) {
     std::vector<LFileFilter> filters;
-    if (withProjects)
+    // Projects and SVG files open as documents of elements; only a new
+    // document can come of them, so the picture insert does not list them.
+    if (withProjects) {
         filters.push_back({"Korvane Project File(*.kvp)", "*.kvp"});
+        filters.push_back({"Scalable Vector Graphics(*.svg)", "*.svg"});
+    }
     LImageCodecFilterList list;
     LStringLongTemplate<char> unused;
     if (!list.Init(unused, LImageIOTypeLoad, KVImageCodecVetoer()))
@@ -34,7 +39,7 @@ std::vector<LFileFilter> kvshell::OpenFilters(bool withProjects) {
         if (item.name.IsEmpty() || item.extensions.IsEmpty())
             continue;
         if (item.codec == LImageCodecNone)
-            filters.insert(filters.begin(), {item.name.Get(), (withProjects ? std::string("*.kvp;") : std::string()) +
+            filters.insert(filters.begin(), {item.name.Get(), (withProjects ? std::string("*.kvp;*.svg;") : std::string()) +
                                                                  item.extensions.Get()});
         else
             filters.push_back({item.name.Get(), item.extensions.Get()});
@@ -64,6 +69,17 @@ void MainDialog::CmOpenFile(const char* path) {
     if (!IsRegularFile(path))
         return;
     const std::string fileName = BaseName(path);
+    if (KVGetSaveKind(path) == KVExportKindSVG) {
+        // A file the reader cannot use says so, with its reason, in the
+        // progress window; nothing half-read is opened.
+        KVSVGProjectLoad load{path, nullptr};
+        LProcessDialog<KVSVGProjectLoad> dialog(this, "Loading File", load);
+        if (dialog.Run() != LProcessResultOk || !load.project)
+            return;
+        KVProject* opened = load.project.release();
+        AddAndSelect(opened, opened->GetName());
+        return;
+    }
     if (KVGetSaveKind(path) != KVExportKindProject) {
         // Any other file is a picture to the codecs; one they cannot read
         // says so in the progress window.

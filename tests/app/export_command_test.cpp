@@ -138,6 +138,9 @@ TEST_F(Korvane, FailuresGiveAMessageAndStatusOne) {
         {"out.bmp", "in.png", "korvane: The image could not be saved\n"},
         {"out.png", "broken.png", "korvane: The image could not be loaded.\n"},
         {"out.png", "broken.kvp", "korvane: The file \"broken.kvp\" is not a project file.\n"},
+        {"out.png", "missing.svg",
+         "korvane: The file could not be found.\n{in}: No such file or directory\n"},
+        {"out.png", "broken.svg", "korvane: \"broken.svg\" is not a picture this program can open. Ln 1, Col 11: Tag <rect> does not have a closing '>'\n"},
         {"out.png", "empty.kvp", "korvane: The picture of 0 by 10 pixels cannot be made.\n"},
         {"out.png", "no-such-format.xyz",
          "korvane: The file could not be found.\n{in}: No such file or directory\n"},
@@ -146,6 +149,7 @@ TEST_F(Korvane, FailuresGiveAMessageAndStatusOne) {
     };
     ASSERT_TRUE(kvtest::WriteFile(dir.File("broken.png"), "\x89PNG\r\n\x1a\n and then nothing"));
     ASSERT_TRUE(kvtest::WriteFile(dir.File("broken.kvp"), "lsdf"));
+    ASSERT_TRUE(kvtest::WriteFile(dir.File("broken.svg"), "<svg><rect"));
     {
         // A project that loads but has no picture to make.
         KVProject project;
@@ -198,6 +202,15 @@ TEST_F(Korvane, AProjectIsRenderedAsOnScreenAndSaved) {
     EXPECT_NE(text.find("<rect fill=\"rgb(255,0,0)\" fill-opacity=\"1.000\" height=\"10\""),
               std::string::npos) << text;
     EXPECT_EQ(std::system(("xmllint --noout --nonet " + Q("drawing.svg")).c_str()), 0);
+
+    // And that file read back is the same picture.
+    const Outcome back = Start("--export " + Q("again.png") + " " + Q("drawing.svg"));
+    ASSERT_EQ(back.status, 0) << back.err;
+    LImageBuffer again;
+    ASSERT_GT(LImage::Load(again, dir.File("again.png").c_str(), 3000), 0u);
+    ASSERT_EQ(again.width, 40);
+    EXPECT_EQ(LImageConstIterator(again, 20, 15, 1, 1, 0).GetPacked(), 0xFFFF0000u);
+    EXPECT_EQ(LImageConstIterator(again, 2, 2, 1, 1, 0).GetPacked(), 0xFFFFFFFFu);
 
     // As PDF too: one page of 40 by 30 points that an outside checker passes.
     const Outcome pdf = Start("--export " + Q("drawing.pdf") + " " + Q("drawing.kvp"));

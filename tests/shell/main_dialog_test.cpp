@@ -29,6 +29,7 @@
 #include "imaging/image_file.h"
 #include "persistence/project_file.h"
 #include "shell/main_dialog.h"
+#include "shell/main_dialog_p.h"
 #include "shell/ui_window.h"
 #include "support/qt_wait.h"
 #include "support/temp_dir.h"
@@ -196,6 +197,29 @@ TEST_F(Editor, FilesGivenAtStartOpenInTabsTheLastSelectedAndAMissingOneIsNamedIn
     Settle();
     EXPECT_EQ(dialog->GetUiWindow().GetSurface().GetDisplayedImage().width(), 40);
     EXPECT_EQ(ShownPixel(*dialog, 20, 15), qRgb(10, 200, 30));
+
+    // An SVG file opens as a project of its shapes; a broken one says why.
+    const std::string svg = dir.File("shapes.svg");
+    std::ofstream(svg) << "<svg width=\"60\" height=\"50\"><rect x=\"10\" y=\"10\" width=\"30\" "
+                          "height=\"20\" fill=\"#0000ff\"/></svg>";
+    dialog->CmOpenFile(svg.c_str());
+    ASSERT_EQ(dialog->GetProjects().GetCount(), 4u);
+    EXPECT_EQ(tabs.tabText(tabs.currentIndex()), "shapes");
+    Settle();
+    EXPECT_EQ(dialog->GetUiWindow().GetSurface().GetDisplayedImage().width(), 60);
+    EXPECT_EQ(ShownPixel(*dialog, 25, 20), qRgb(0, 0, 255));
+    alerts.clear();
+    const std::string broken = dir.File("broken.svg");
+    std::ofstream(broken) << "<svg><rect";
+    dialog->CmOpenFile(broken.c_str());
+    ASSERT_EQ(alerts.size(), 1u);
+    EXPECT_NE(alerts[0].text.find("\"broken.svg\" is not a picture this program can open."), std::string::npos);
+    EXPECT_EQ(dialog->GetProjects().GetCount(), 4u);
+    // The open dialog lists them beside projects.
+    const std::vector<LFileFilter> filters = kvshell::OpenFilters(true);
+    ASSERT_GE(filters.size(), 3u);
+    EXPECT_EQ(filters[0].patterns.rfind("*.kvp;*.svg;", 0), 0u);
+    EXPECT_EQ(filters[2].name, "Scalable Vector Graphics(*.svg)");
 }
 
 TEST_F(Editor, WhenNoFileGivenAtStartOpensTheWindowHasANewProject) {
