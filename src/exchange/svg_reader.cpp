@@ -67,7 +67,7 @@ const char* LeadingText(const LXMLElement& e) {
 
 // ---------------------------------------------------------------- the walk
 
-void Reader::Read(const LXMLElement& document) {
+void LSVGReader::Read(const LXMLElement& document) {
     docWidth = 1024;
     docHeight = 768;
     GetInfo(document);
@@ -81,7 +81,7 @@ void Reader::Read(const LXMLElement& document) {
     image.height = docHeight;
 }
 
-void Reader::GetInfo(const LXMLElement& document) {
+void LSVGReader::GetInfo(const LXMLElement& document) {
     for (const auto& child : document.GetChildren()) {
         if (child->IsNamed("svg")) {
             Push();
@@ -94,7 +94,7 @@ void Reader::GetInfo(const LXMLElement& document) {
     }
 }
 
-void Reader::DecodeSvg(const LXMLElement& e) {
+void LSVGReader::DecodeSvg(const LXMLElement& e) {
     State& s = Top();
     const int mode = s.mode;
     // The size is read whatever the mode: "defs" cannot hide it.
@@ -125,7 +125,7 @@ void Reader::DecodeSvg(const LXMLElement& e) {
     }
 }
 
-void Reader::Pop() {
+void LSVGReader::Pop() {
     State child = std::move(stack.back());
     stack.pop_back();
     if (stack.empty())
@@ -151,12 +151,12 @@ void Reader::Pop() {
     parent.stopColours = std::move(child.stopColours);
 }
 
-void Reader::Walk(const LXMLElement& parent) {
+void LSVGReader::Walk(const LXMLElement& parent) {
     for (const auto& child : parent.GetChildren())
         DecodeChild(*child);
 }
 
-void Reader::DecodeChild(const LXMLElement& e) {
+void LSVGReader::DecodeChild(const LXMLElement& e) {
     const char* name = e.GetName();
     if (!name && !e.GetElementData()[0])
         return;
@@ -172,7 +172,7 @@ void Reader::DecodeChild(const LXMLElement& e) {
         Top().afterTextChild = true;
 }
 
-void Reader::DecodeByName(const LXMLElement& e) {
+void LSVGReader::DecodeByName(const LXMLElement& e) {
     const char* name = e.GetName();
     State& s = Top();
     if (!name) {
@@ -244,7 +244,7 @@ void Reader::DecodeByName(const LXMLElement& e) {
 
 // ---------------------------------------------------------------- attributes
 
-void Reader::DecodeAttributes(const LXMLElement& e) {
+void LSVGReader::DecodeAttributes(const LXMLElement& e) {
     // The table keeps names in ascending order: "style" overrides what
     // sorts before it and is overridden by what sorts after, "transform"
     // among them. That is all the cascade there is.
@@ -255,7 +255,7 @@ void Reader::DecodeAttributes(const LXMLElement& e) {
     }
 }
 
-void Reader::DecodeLengthList(const char* value, std::vector<float>& list, Length* first) {
+void LSVGReader::DecodeLengthList(const char* value, std::vector<float>& list, Length* first) {
     State& s = Top();
     const char* p = value;
     bool isFirst = true;
@@ -273,7 +273,7 @@ void Reader::DecodeLengthList(const char* value, std::vector<float>& list, Lengt
     }
 }
 
-void Reader::DecodeAttribute(const char* name, const char* value) {
+void LSVGReader::DecodeAttribute(const char* name, const char* value) {
     State& s = Top();
     if (s.mode != kModeCreate && s.mode != kModeCollect)
         return;
@@ -487,7 +487,7 @@ void Reader::DecodeAttribute(const char* name, const char* value) {
     }
 }
 
-void Reader::DecodePaintUrl(const char* value, bool fill) {
+void LSVGReader::DecodePaintUrl(const char* value, bool fill) {
     State& s = Top();
     const std::string id = LocalId(value);
     // One pass: an id defined later in the file is not known yet, and the
@@ -499,7 +499,7 @@ void Reader::DecodePaintUrl(const char* value, bool fill) {
     (fill ? s.hasFill : s.hasStroke) = true;
 }
 
-void Reader::ConvertPercentToReal() {
+void LSVGReader::ConvertPercentToReal() {
     State& s = Top();
     float w, h;
     if (s.gradientUnits != 1) {
@@ -531,7 +531,7 @@ void Reader::ConvertPercentToReal() {
     }
 }
 
-void Reader::UpdateBounds(float x, float y) {
+void LSVGReader::UpdateBounds(float x, float y) {
     const State& s = Top();
     const float half = s.strokeWidth.value / 2;
     for (float dx : {-half, half}) {
@@ -549,7 +549,7 @@ void Reader::UpdateBounds(float x, float y) {
 
 // ---------------------------------------------------------------- paints
 
-bool Reader::DecodeGradient(const LXMLElement& g, LVectorImageBrush& brush) {
+bool LSVGReader::DecodeGradient(const LXMLElement& g, LVectorImageBrush& brush) {
     // What a gradient holds may paint with the gradient itself: decoded
     // again from inside, it would never end.
     if (!gradients.insert(&g).second)
@@ -559,7 +559,7 @@ bool Reader::DecodeGradient(const LXMLElement& g, LVectorImageBrush& brush) {
     return done;
 }
 
-bool Reader::DecodeGradientOnce(const LXMLElement& g, LVectorImageBrush& brush) {
+bool LSVGReader::DecodeGradientOnce(const LXMLElement& g, LVectorImageBrush& brush) {
     // Decoded over a copy of the shape's state, with the geometry of the
     // shape out of the way, so that neither changes the other.
     const LBoundingBox2T<float> box = Top().box;
@@ -629,7 +629,7 @@ bool Reader::DecodeGradientOnce(const LXMLElement& g, LVectorImageBrush& brush) 
     return true;
 }
 
-void Reader::CreateFillStrokeBrushInfo() {
+void LSVGReader::CreateFillStrokeBrushInfo() {
     for (bool fill : {true, false}) {
         State& s = Top();
         LVectorImageBrush& brush = fill ? s.fillBrush : s.strokeBrush;
@@ -651,7 +651,7 @@ void Reader::CreateFillStrokeBrushInfo() {
     }
 }
 
-void Reader::CopyGeneralAttributes(LVectorImageShape& shape, bool withFill) {
+void LSVGReader::CopyGeneralAttributes(LVectorImageShape& shape, bool withFill) {
     const State& s = Top();
     shape.matrix = s.matrix;
     shape.id = s.id;
@@ -673,13 +673,13 @@ void Reader::CopyGeneralAttributes(LVectorImageShape& shape, bool withFill) {
     }
 }
 
-void Reader::Add(std::unique_ptr<LVectorImageElement> element) {
+void LSVGReader::Add(std::unique_ptr<LVectorImageElement> element) {
     image.elements.push_back(std::move(element));
 }
 
 // ---------------------------------------------------------------- shapes
 
-void Reader::DecodeShape(const LXMLElement& e) {
+void LSVGReader::DecodeShape(const LXMLElement& e) {
     DecodeAttributes(e);
     State& s = Top();
     if (s.mode != kModeCreate)
@@ -734,7 +734,7 @@ void Reader::DecodeShape(const LXMLElement& e) {
     Add(std::move(shape));
 }
 
-void Reader::DecodeUse(const LXMLElement& e) {
+void LSVGReader::DecodeUse(const LXMLElement& e) {
     DecodeAttributes(e);
     State& s = Top();
     if (s.mode != kModeCreate || !s.hrefIsLocal)
@@ -786,7 +786,7 @@ LProcessResult LVectorImageLoadSVGText(LProcessInterface& process, const char* t
         return Refuse(process, image, error);
     if (!document.GetElement("svg"))
         return Refuse(process, image, "This is not a picture this program can open.");
-    kvsvgin::Reader reader(image, dpi);
+    kvsvgin::LSVGReader reader(image, dpi);
     reader.Read(document);
     if (!(image.width >= 1 && image.height >= 1 && image.width <= kLargestSide &&
           image.height <= kLargestSide))

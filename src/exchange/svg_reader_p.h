@@ -98,9 +98,9 @@ private:
     const char* p;
 };
 
-class Reader {
+class LSVGReader {
 public:
-    Reader(LVectorImage& image, float dpi) : image(image), dpi(dpi) {}
+    LSVGReader(LVectorImage& image, float dpi) : image(image), dpi(dpi) {}
     // Reads the document's tree into the image.
     void Read(const LXMLElement& document);
 

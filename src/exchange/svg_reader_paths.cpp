@@ -72,7 +72,7 @@ bool Tokenizer::GetArg(float& value) {
     return true;
 }
 
-bool Reader::DecodePoints(const char* text, std::vector<LPointTemplate<float>>& points) {
+bool LSVGReader::DecodePoints(const char* text, std::vector<LPointTemplate<float>>& points) {
     Tokenizer t(text);
     while (!t.AtEnd()) {
         float x, y;
@@ -83,7 +83,7 @@ bool Reader::DecodePoints(const char* text, std::vector<LPointTemplate<float>>& 
     return !points.empty();
 }
 
-void Reader::DecodePathData(const char* d) {
+void LSVGReader::DecodePathData(const char* d) {
     auto path = std::make_unique<LVectorImagePath>();
     CopyGeneralAttributes(*path, true);
     State& s = Top();

@@ -43,7 +43,7 @@ std::string HandleWhiteSpace(const std::string& text, bool preserve) {
 
 // ---------------------------------------------------------------- text
 
-float Reader::MeasureByte(const State& s, unsigned char byte) {
+float LSVGReader::MeasureByte(const State& s, unsigned char byte) {
     char key[300];
     std::snprintf(key, sizeof key, "%s|%g|%d%d%d|%u", s.fontFace.c_str(), s.fontSize,
                   s.fontWeight > 699, s.italic, s.underline, byte);
@@ -79,7 +79,7 @@ float Reader::MeasureByte(const State& s, unsigned char byte) {
     return width;
 }
 
-void Reader::AddText(const std::string& text, bool dryRun, float& advance) {
+void LSVGReader::AddText(const std::string& text, bool dryRun, float& advance) {
     State& s = Top();
     std::unique_ptr<LVectorImageText> element;
     if (!dryRun) {
@@ -145,7 +145,7 @@ void Reader::AddText(const std::string& text, bool dryRun, float& advance) {
         Add(std::move(element));
 }
 
-void Reader::DecodeText(const LXMLElement&, const char* raw) {
+void LSVGReader::DecodeText(const LXMLElement&, const char* raw) {
     if (Top().mode != kModeCreate || !raw)
         return;
     const std::string text = HandleWhiteSpace(raw, Top().preserveSpace);
@@ -166,7 +166,7 @@ void Reader::DecodeText(const LXMLElement&, const char* raw) {
 
 // ---------------------------------------------------------------- pictures
 
-void Reader::DecodeImage(const LXMLElement& e) {
+void LSVGReader::DecodeImage(const LXMLElement& e) {
     DecodeAttributes(e);
     State& s = Top();
     if (s.mode != kModeCreate || s.href.empty() || s.hrefIsLocal)
