@@ -2,7 +2,6 @@
 
 #include <QButtonGroup>
 #include <QCheckBox>
-#include <QFontDatabase>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -10,6 +9,8 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+
+#include "foundation/fonts.h"
 
 namespace {
 
@@ -207,11 +208,17 @@ void KVLinePanel::SetProperties(const KVLineElementProperties& p) {
 KVTextPanel::KVTextPanel() : KVPanel("Text") {
     const KVTextElementProperties defaults;
     QComboBox& fonts = AddChooser(KVIdFont, "Font", {}, -1);
-    for (const QString& family : QFontDatabase::families())
-        fonts.addItem(family);
+    // The families the text is drawn with; the default face leads when it is
+    // a name fontconfig stands in for ("Arial"), so a new text box keeps it
+    // rather than whatever family sorts first.
+    for (LFontsInstalledIterator it; it.IsValid(); it.Next())
+        fonts.addItem(QString::fromUtf8(it.Get()));
     {
         const QSignalBlocker quiet(fonts);
-        fonts.setCurrentIndex(std::max(0, fonts.findText(QString::fromUtf8(defaults.font))));
+        const QString face = QString::fromUtf8(defaults.font);
+        if (fonts.findText(face) < 0)
+            fonts.insertItem(0, face);
+        fonts.setCurrentIndex(fonts.findText(face));
     }
     AddCheck(KVIdBold, "Bold", defaults.bold);
     AddCheck(KVIdItalic, "Italic", defaults.italic);

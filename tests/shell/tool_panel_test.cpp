@@ -479,6 +479,8 @@ TEST_F(ToolPanels, TheTextPanelFormatsANewTextAndEveryRunOfAText) {
     auto& element = dynamic_cast<KVRichTextElement&>(*Last());
     EXPECT_EQ(element.GetProperties().segments.at(0).size, 30);
     EXPECT_TRUE(element.GetProperties().segments.at(0).bold);
+    // Untouched, the face is the default one, not the first family installed.
+    EXPECT_STREQ(element.GetProperties().segments.at(0).font, KVDefaultTextFace());
     // What a selected text will take from the panel: each run's format, its
     // text kept.
     KVRichTextElementProperties two = element.GetProperties();
