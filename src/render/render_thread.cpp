@@ -79,7 +79,9 @@ void KVRenderThread::StartRender(KVRenderResults& results) {
     // Start leaves a thread that still runs as it is.
     WaitToStop();
     results.started = true;
-    Start(kLThreadPriorityWork);
+    // The user waits for this picture: below normal, any other busy program
+    // on the machine took the worker's time and doubled the wait.
+    Start(kLThreadPriorityNormal);
 }
 
 const KVProject* KVRenderThread::GetCurrentProject() {

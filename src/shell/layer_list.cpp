@@ -658,8 +658,16 @@ const QImage& KVLayerList::GetThumbnail(KVLayerListEntry& entry) {
     return entry.thumbnail;
 }
 
+void KVLayerList::RefreshStaleThumbnails() {
+    for (KVLayerListEntry& e : entries)
+        if (e.thumbnailStale)
+            e.display->update();
+}
+
 void KVLayerList::RenderThumbnail(KVLayerListEntry& entry) {
     const std::shared_ptr<void> guard = renderGuard ? renderGuard() : nullptr;
+    if (renderGuard && !guard)
+        return;
     LProcessInterfaceVoid process;
     LImageBuffer picture;
     entry.thumbnailStale = false;

@@ -175,8 +175,12 @@ public:
     unsigned long GetThumbnailRenderCount() const { return thumbnailRenders; }
     const QString& GetLastBubbleTip() const { return lastTip; }
     // Thumbnails are made while the render worker stands still: the guard
-    // stops it for as long as the returned token lives.
+    // stops it for as long as the returned token lives. A guard that returns
+    // none has a picture under way: stopping it would put off the picture on
+    // screen, so the thumbnail stays as it was until RefreshStaleThumbnails.
     void SetRenderGuard(std::function<std::shared_ptr<void>()> guard) { renderGuard = std::move(guard); }
+    // Repaints the entries whose thumbnail waits for the layer's new state.
+    void RefreshStaleThumbnails();
 
     // Messages from the entries.
     void EvReorderList(KVLayerListEntry& entry, int direction);

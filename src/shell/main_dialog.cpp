@@ -67,8 +67,12 @@ MainDialog::MainDialog() : renderQueue(new KVRenderQueue(static_cast<KVRenderQue
                               [this](KVSurfaceMessage id, KVSurfaceMessageData& data) { EvSurfaceMessage(id, data); },
                               this);
     uiWindow->SetLayerSink([this](KVLayerListMessage id, KVLayerListMessageData& data) { EvLayerListMessage(id, data); });
-    // A thumbnail reads its layer while the render worker stands still.
-    uiWindow->GetLayerList().SetRenderGuard([this] { return std::shared_ptr<void>(std::make_shared<Change>(*this)); });
+    // A thumbnail reads its layer while the render worker stands still, and
+    // waits while it works: the picture on screen comes first, and the
+    // autosave after it must not be cut short.
+    uiWindow->GetLayerList().SetRenderGuard([this] {
+        return renderQueue && renderQueue->IsIdle() ? std::shared_ptr<void>(std::make_shared<Change>(*this)) : nullptr;
+    });
     uiWindow->SetPanelSink([this](KVElementWidget* widget) { EvToolPanelHasUpdate(widget); });
     SetContent(uiWindow);
     setWindowTitle(kTitle);
@@ -425,7 +429,7 @@ void MainDialog::RenderCurrentProject() {
         renderQueue->Render(*currentProject);
 }
 
-void MainDialog::EvRenderedPicture(const KVProject* project, const LImageBuffer& picture) {
+void MainDialog::EvRenderedPicture(const KVProject* project, LImageBuffer& picture) {
     uiWindow->SetDisplayedImage(project, picture);
 }
 
@@ -437,5 +441,8 @@ void MainDialog::EvRenderNoticeDone() {
         SetStatusProgress(1.0);
         ApplyPanelChange();
     }
-    update();
+    // Every widget repaints what it changed itself; repainting the whole
+    // window at each notice took the main thread's time from the picture.
+    if (renderQueue->IsIdle())
+        uiWindow->GetLayerList().RefreshStaleThumbnails();
 }

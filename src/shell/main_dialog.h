@@ -186,7 +186,7 @@ private:
     void CreateText(const KVDrawPath& path);
 
     const KVProject* GetShownProject() const override { return currentProject; }
-    void EvRenderedPicture(const KVProject* project, const LImageBuffer& picture) override;
+    void EvRenderedPicture(const KVProject* project, LImageBuffer& picture) override;
     void EvRenderProgress(double fraction) override;
     void EvRenderNoticeDone() override;
 

@@ -100,12 +100,17 @@ void KVRenderQueue::EvQueuedNotifyData(unsigned int id, const void* data, unsign
     if (!record)
         return;
     switch (id) {
-    case KVRenderNotifyFinished:
+    case KVRenderNotifyFinished: {
         record->started = false;
         record->finished = true;
-        client.EvRenderedPicture(record->project, KVFinishProjectPicture(*record));
+        // The worker is done with the target (only the autosave of the
+        // project follows): the picture leaves it, and it goes.
+        LImageBuffer picture(std::move(KVFinishProjectPicture(*record)));
+        record->target.Reset();
+        client.EvRenderedPicture(record->project, picture);
         client.EvRenderProgress(1.0);
         break;
+    }
     case KVRenderNotifyFailed:
     case KVRenderNotifyStopped:
     case KVRenderNotifyAutosaved: {

@@ -19,8 +19,9 @@ public:
     virtual ~KVRenderQueueClient() = default;
     // The project on screen: its renders go first.
     virtual const KVProject* GetShownProject() const = 0;
-    // On the main thread, when a picture of `project` is complete.
-    virtual void EvRenderedPicture(const KVProject* project, const LImageBuffer& picture) = 0;
+    // On the main thread, when a picture of `project` is complete; the
+    // picture is the client's to take.
+    virtual void EvRenderedPicture(const KVProject* project, LImageBuffer& picture) = 0;
     virtual void EvRenderProgress(double fraction) = 0;
     // After every notification of the worker.
     virtual void EvRenderNoticeDone() {}
@@ -48,6 +49,9 @@ public:
 
     // Whether a render is under way or waiting to start.
     bool IsRendering() const;
+    // Whether the worker has nothing left to do, no render and no autosave:
+    // at most it is on its way out after its last notification.
+    bool IsIdle() const { return records.IsEmpty(); }
 
     KVRenderThread& GetThread() { return *thread; }
     const LList<KVRenderResults>& GetRecords() const { return records; }

@@ -146,9 +146,9 @@ void KVUiWindow::ShowProject(const KVProject* project) {
     }
 }
 
-void KVUiWindow::SetDisplayedImage(const KVProject* project, const LImageBuffer& picture) {
+void KVUiWindow::SetDisplayedImage(const KVProject* project, LImageBuffer& picture) {
     QImage& kept = pictures[project];
-    kept = LToQImage(picture);
+    kept = LTakeQImage(picture);
     if (project == shown)
         surface->UpdateDisplayedImage(kept);
 }

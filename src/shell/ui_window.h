@@ -62,8 +62,9 @@ public:
     // Marks the tab of `project` as the selected one, without a message.
     void ShowProject(const KVProject* project);
 
-    // The picture of a project: kept for when its tab is selected again.
-    void SetDisplayedImage(const KVProject* project, const LImageBuffer& picture);
+    // The picture of a project, taken from `picture`: kept for when its tab
+    // is selected again.
+    void SetDisplayedImage(const KVProject* project, LImageBuffer& picture);
     bool HasDisplayedImage(const KVProject* project) const;
     // Shows the kept picture of `project`, or nothing.
     void ShowDisplayedImage(const KVProject* project);

@@ -9,6 +9,17 @@ QImage LToQImageView(const LImageBuffer& picture) {
                   QImage::Format_ARGB32_Premultiplied);
 }
 
+QImage LTakeQImage(LImageBuffer& picture) {
+    if (LToQImageView(picture).isNull())
+        return LToQImage(picture);
+    // A picture of the screen is megabytes: copying it on the main thread
+    // put off every picture by as much.
+    auto* owned = new LImageBuffer(std::move(picture));
+    return QImage(
+        owned->GetData(), owned->width, owned->height, owned->stride, QImage::Format_ARGB32_Premultiplied,
+        [](void* buffer) { delete static_cast<LImageBuffer*>(buffer); }, owned);
+}
+
 QImage LToQImage(const LImageBuffer& source) {
     if (!source.IsValid())
         return QImage();

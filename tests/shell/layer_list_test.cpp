@@ -311,6 +311,7 @@ TEST_F(Layers, AChangeOnOneLayerRendersOnlyThatLayersThumbnail) {
     Press(KVLayerListWindow::IdNewLayer);
     AddRectangle("Layer 1", LGuiColorAlpha(255, 0, 0, 255));
     dialog.RenderCurrentProject();
+    ASSERT_TRUE(kvtest::WaitFor([&] { return dialog.GetRenderResults().IsEmpty(); }));
     List().grab();
     const unsigned long first = List().GetThumbnailRenderCount();
     const QImage red = List().GetEntries().GetAt(1)->thumbnail;
@@ -325,6 +326,9 @@ TEST_F(Layers, AChangeOnOneLayerRendersOnlyThatLayersThumbnail) {
 
     AddRectangle("Layer", LGuiColorAlpha(0, 255, 0, 255));
     dialog.RenderCurrentProject();
+    List().grab();
+    EXPECT_EQ(List().GetThumbnailRenderCount(), first) << "the picture under way is not cut short for a thumbnail";
+    ASSERT_TRUE(kvtest::WaitFor([&] { return dialog.GetRenderResults().IsEmpty(); }));
     List().grab();
     EXPECT_EQ(List().GetThumbnailRenderCount(), first + 1);
     const QImage green = List().GetEntries().GetAt(2)->thumbnail;
@@ -398,6 +402,7 @@ TEST_F(Layers, FourLayersShowTheirOwnContentInTheirThumbnailsHiddenOrNot) {
                               &layer, false, true);
     }
     dialog.RenderCurrentProject();
+    ASSERT_TRUE(kvtest::WaitFor([&] { return dialog.GetRenderResults().IsEmpty(); }));
     List().grab();
     const KVLayerListEntry* e = List().GetEntries().GetLast();
     for (const Case& c : cases) {

@@ -108,13 +108,21 @@ TEST(QtImage, ShowsTheWorkingFormatsPremultipliedPixelsAsTheyAre) {
     p[1] = 0;   // green
     p[2] = 128; // red, premultiplied by an alpha of 128
     p[3] = 128;
-    const QImage shown = LToQImage(picture);
-    ASSERT_FALSE(shown.isNull());
-    EXPECT_EQ(shown.size(), QSize(3, 2));
-    const QRgb pixel = shown.pixel(2, 1);
-    EXPECT_EQ(qAlpha(pixel), 128);
-    EXPECT_EQ(qRed(pixel), 128); // premultiplied once, not twice
-    EXPECT_TRUE(LToQImage(LImageBuffer()).isNull());
+    const QImage copied = LToQImage(picture);
+    LImageBuffer given;
+    given.Assign(picture);
+    const QImage taken = LTakeQImage(given);
+    EXPECT_FALSE(given.IsValid()) << "the pixels were handed over, not copied";
+    for (const QImage& shown : {copied, taken}) {
+        ASSERT_FALSE(shown.isNull());
+        EXPECT_EQ(shown.size(), QSize(3, 2));
+        const QRgb pixel = shown.pixel(2, 1);
+        EXPECT_EQ(qAlpha(pixel), 128);
+        EXPECT_EQ(qRed(pixel), 128); // premultiplied once, not twice
+    }
+    LImageBuffer none;
+    EXPECT_TRUE(LToQImage(none).isNull());
+    EXPECT_TRUE(LTakeQImage(none).isNull());
 }
 
 } // namespace
