@@ -226,34 +226,3 @@ void BM_MoveEndToPictureOnScreen(benchmark::State& state) {
 BENCHMARK(BM_MoveEndToPictureOnScreen)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(20);
 
 } // namespace
-
-int main(int argc, char** argv) {
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    // Settings, recovery files and cache of the benchmark stay out of the user's folders.
-    const std::string home = (std::filesystem::temp_directory_path() / "kv-editor-bench-home").string();
-    setenv("XDG_DATA_HOME", (home + "/data").c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (home + "/config").c_str(), 1);
-    setenv("XDG_CACHE_HOME", (home + "/cache").c_str(), 1);
-    // The figures are the output: the offscreen platform's notes on what it
-    // cannot do, and a missing runtime folder, are not.
-    setenv("XDG_RUNTIME_DIR", (home + "/runtime").c_str(), 0);
-    std::filesystem::create_directories(home + "/runtime");
-    std::filesystem::permissions(home + "/runtime", std::filesystem::perms::owner_all);
-    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
-        if (type != QtDebugMsg && type != QtInfoMsg && type != QtWarningMsg)
-            std::fprintf(stderr, "%s\n", qPrintable(text));
-    });
-    QElapsedTimer sinceStart;
-    sinceStart.start();
-    QApplication application(argc, argv);
-    std::setlocale(LC_NUMERIC, "C");
-    std::printf("application object: %.1f ms\n", sinceStart.nsecsElapsed() / 1e6);
-    LQtMainThreadQueue queue;
-    LThreadRunOnMainThread::Init(queue);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    LThreadRunOnMainThread::Destroy();
-    std::filesystem::remove_all(home);
-    return 0;
-}

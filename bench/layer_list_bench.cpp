@@ -93,13 +93,3 @@ void BM_UpdateAfterAChangeOnOneLayer(benchmark::State& state) {
 BENCHMARK(BM_UpdateAfterAChangeOnOneLayer)->Unit(benchmark::kMillisecond)->Iterations(20);
 
 } // namespace
-
-int main(int argc, char** argv) {
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QApplication application(argc, argv);
-    std::setlocale(LC_NUMERIC, "C");
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
