@@ -36,11 +36,6 @@ bool WritePng(const std::string& path, int width, int height) {
     return LImage::Save(picture, path.c_str());
 }
 
-std::string Slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 class Korvane : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -58,8 +53,8 @@ protected:
                                     "' 2>'" + dir.File("stderr") + "' </dev/null";
         const int status = std::system(command.c_str());
         r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        r.out = Slurp(dir.File("stdout"));
-        r.err = Slurp(dir.File("stderr"));
+        r.out = kvtest::ReadFile(dir.File("stdout"));
+        r.err = kvtest::ReadFile(dir.File("stderr"));
         return r;
     }
     std::string Q(const std::string& name) { return "'" + dir.File(name) + "'"; }
@@ -112,11 +107,11 @@ TEST_F(Korvane, ExportsAPictureByTheOutputsExtension) {
     // A picture exported as SVG is wrapped whole.
     const Outcome r = Start("--export " + Q("out.svg") + " " + Q("out.tiff"));
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(Slurp(dir.File("out.svg")).substr(0, 7), "<svg\r\n ");
+    EXPECT_EQ(kvtest::ReadFile(dir.File("out.svg")).substr(0, 7), "<svg\r\n ");
 }
 
 TEST_F(Korvane, APictureNamedAsAnotherFormatExportsByWhatItHolds) {
-    ASSERT_TRUE(kvtest::WriteFile(dir.File("png.jpg"), Slurp(dir.File("in.png"))));
+    ASSERT_TRUE(kvtest::WriteFile(dir.File("png.jpg"), kvtest::ReadFile(dir.File("in.png"))));
     const Outcome r = Start("--export " + Q("out.png") + " " + Q("png.jpg"));
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.err, "");
@@ -198,7 +193,7 @@ TEST_F(Korvane, AProjectIsRenderedAsOnScreenAndSaved) {
     // As SVG the rectangle stays a shape, in a file other programs read.
     const Outcome svg = Start("--export " + Q("drawing.svg") + " " + Q("drawing.kvp"));
     ASSERT_EQ(svg.status, 0) << svg.err;
-    const std::string text = Slurp(dir.File("drawing.svg"));
+    const std::string text = kvtest::ReadFile(dir.File("drawing.svg"));
     EXPECT_NE(text.find("<rect fill=\"rgb(255,0,0)\" fill-opacity=\"1.000\" height=\"10\""),
               std::string::npos) << text;
     EXPECT_EQ(std::system(("xmllint --noout --nonet " + Q("drawing.svg")).c_str()), 0);

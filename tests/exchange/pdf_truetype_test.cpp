@@ -6,6 +6,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "support/temp_dir.h"
+
 namespace {
 
 void Put16(std::string& s, unsigned v) {
@@ -122,13 +124,6 @@ TEST(TrueTypeTest, ALongNameIsCutTo129Characters) {
     EXPECT_EQ(r.family, std::string(129, 'k'));
 }
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 std::string FcFamily(const std::string& path) {
     std::string out;
     if (FILE* p = popen(("fc-scan --format '%{family[0]}' '" + path + "'").c_str(), "r")) {
@@ -159,7 +154,7 @@ std::string AsCollection(std::string font) {
 TEST(TrueTypeTest, InstalledFontsNameTheFamilyFontconfigNames) {
     for (const char* path : {"/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf",
                              "/usr/share/fonts/truetype/liberation2/LiberationSans-Regular.ttf"}) {
-        const std::string bytes = ReadFile(path);
+        const std::string bytes = kvtest::ReadFile(path);
         if (bytes.empty())
             continue;
         const std::string expected = FcFamily(path);

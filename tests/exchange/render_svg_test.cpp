@@ -26,13 +26,6 @@ using kvtest::DrawScene;
 using kvtest::DrawTextScene;
 using kvtest::MakePicture;
 
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
 bool PassesXmllint(const std::string& path) {
     return std::system(("xmllint --noout --nonet '" + path + "'").c_str()) == 0;
 }
@@ -56,7 +49,7 @@ TEST(RenderSvgTest, TheRotatedRectangleWithGradientAndShadowIsWrittenByteForByte
     kvtest::TempDir dir;
     const std::string path = dir.File("example.svg");
     ASSERT_TRUE(svg.SaveAsFile(path.c_str()));
-    EXPECT_EQ(ReadAll(path), ReadAll(KV_TEST_DATA_DIR "/worked_example.svg"));
+    EXPECT_EQ(kvtest::ReadFile(path), kvtest::ReadFile(KV_TEST_DATA_DIR "/worked_example.svg"));
     EXPECT_TRUE(PassesXmllint(path));
 }
 

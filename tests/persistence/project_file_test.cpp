@@ -19,11 +19,6 @@
 
 namespace {
 
-std::string ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 template <class E> E* ElementAt(KVProject& p, unsigned long i) {
     KVLayer* layer = p.GetCurrentImage()->GetFirstLayer();
     LListIterator<KVElement> it = layer->GetElements();
@@ -111,7 +106,7 @@ TEST_F(ProjectFileTest, SaveLoadSaveGivesTheSameBytes) {
     const std::string first = Save(*original, "first.kvp");
     std::unique_ptr<KVProject> loaded = Load(first);
     const std::string second = Save(*loaded, "second.kvp");
-    EXPECT_EQ(ReadAll(first), ReadAll(second));
+    EXPECT_EQ(kvtest::ReadFile(first), kvtest::ReadFile(second));
     EXPECT_TRUE(process.errors.empty());
 
     // The same bytes again prove the fields came back; what the writer does
@@ -256,7 +251,7 @@ TEST_F(ProjectFileTest, RefusalsSayWhy) {
 
 TEST_F(ProjectFileTest, ADamagedFileNeverLoadsAsAPartialProject) {
     std::unique_ptr<KVProject> original(MakeSteadyProject());
-    const std::string whole = ReadAll(Save(*original, "whole.kvp"));
+    const std::string whole = kvtest::ReadFile(Save(*original, "whole.kvp"));
     // Every cut, the last byte included (the end mark), is refused.
     for (size_t cut : {whole.size() - 1, whole.size() - 4, whole.size() / 2, size_t(40)}) {
         const std::string path = dir.File("cut.kvp");
@@ -278,7 +273,7 @@ TEST_F(ProjectFileTest, AFailedOrStoppedSaveLeavesTheOldFileAsItWas) {
     std::unique_ptr<KVProject> small(new KVProject("small"));
     small->AddNewImage(new KVImage("i", 10, 10, 72, LPixelColour()));
     const std::string path = Save(*small, "keep.kvp");
-    const std::string before = ReadAll(path);
+    const std::string before = kvtest::ReadFile(path);
 
     std::unique_ptr<KVProject> big(MakeSteadyProject());
     for (int i = 0; i < 300; ++i) {
@@ -299,11 +294,11 @@ TEST_F(ProjectFileTest, AFailedOrStoppedSaveLeavesTheOldFileAsItWas) {
     std::signal(SIGXFSZ, previous);
     EXPECT_EQ(full, LProcessResultError);
     EXPECT_NE(process.errors.back().find("could not be saved"), std::string::npos);
-    EXPECT_EQ(ReadAll(path), before);
+    EXPECT_EQ(kvtest::ReadFile(path), before);
 
     process.stopAfter = 2;
     EXPECT_EQ(KVProjectFileSave(process, *big, path.c_str()), LProcessResultStopped);
-    EXPECT_EQ(ReadAll(path), before);
+    EXPECT_EQ(kvtest::ReadFile(path), before);
 
     // No temporary file is left behind in either case.
     size_t files = 0;
@@ -403,7 +398,7 @@ TEST_F(ProjectFileTest, EveryFreehandKindSavesLoadsAndSavesToTheSameBytes) {
 
     const std::string first = Save(project, "first.kvp");
     std::unique_ptr<KVProject> loaded = Load(first);
-    EXPECT_EQ(ReadAll(first), ReadAll(Save(*loaded, "second.kvp")));
+    EXPECT_EQ(kvtest::ReadFile(first), kvtest::ReadFile(Save(*loaded, "second.kvp")));
 
     // What the bytes cannot show: the pressure is gone, the curve is the one
     // drawn, not fitted again.
@@ -511,7 +506,7 @@ TEST_F(ProjectFileTest, ASimplePathsFieldsComeBackAsWritten) {
             EXPECT_EQ(read.ReadSDF(reader, it.Get()), LProcessResultOk);
         }
     }
-    EXPECT_EQ(ReadAll(first), ReadAll(write(read, "simple-b")));
+    EXPECT_EQ(kvtest::ReadFile(first), kvtest::ReadFile(write(read, "simple-b")));
     EXPECT_EQ(read.GetProperties().outline.GetBounds(), LBoundingBox2T<float>(1, 2, 30, 35));
     EXPECT_EQ(read.GetProperties().path.GetHeight(), 40u);
 }
@@ -577,7 +572,7 @@ TEST_F(ProjectFileTest, TextRichTextAndPicturesSaveLoadAndSaveToTheSameBytes) {
 
     const std::string first = Save(project, "first.kvp");
     std::unique_ptr<KVProject> loaded = Load(first);
-    EXPECT_EQ(ReadAll(first), ReadAll(Save(*loaded, "second.kvp")));
+    EXPECT_EQ(kvtest::ReadFile(first), kvtest::ReadFile(Save(*loaded, "second.kvp")));
     const auto* text = ElementAt<KVTextElement>(*loaded, 0);
     const auto* rich = ElementAt<KVRichTextElement>(*loaded, 1);
     auto* read = ElementAt<KVImageElement>(*loaded, 2);
@@ -597,7 +592,7 @@ TEST_F(ProjectFileTest, APictureThatDoesNotDecodeFailsTheLoad) {
     LImage::New(picture, 4, 4, LPixelFormatB8G8R8A8);
     picture.Clear(LPixelColour(1, 2, 3, 255));
     project.GetCurrentImage()->AddNewElement(new KVImageElement(picture), layer, false, false);
-    std::string bytes = ReadAll(Save(project, "good.kvp"));
+    std::string bytes = kvtest::ReadFile(Save(project, "good.kvp"));
     const size_t png = bytes.find("IHDR");
     ASSERT_NE(png, std::string::npos);
     bytes[png + 4] = 0x7F; // a width no picture has

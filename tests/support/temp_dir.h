@@ -32,5 +32,7 @@ private:
 // Writes a small file; true on success.
 bool WriteFile(const std::string& path, const std::string& content);
 bool FileExists(const std::string& path);
+// A whole file's bytes; empty when it cannot be read.
+std::string ReadFile(const std::string& path);
 
 } // namespace kvtest
